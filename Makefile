@@ -1,0 +1,43 @@
+# Quick start: `make demo` and `make test`. Everything else is plain CMake.
+BUILD ?= build
+SAN_BUILD ?= build-sanitize
+PREFIX ?= /usr/local
+GENERATOR := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+CTEST_ARGS ?=
+
+ifeq ($(SANITIZE),1)
+  BUILD := $(SAN_BUILD)
+  CONFIG_ARGS := -DQEL_SANITIZE=ON -DQEL_BUILD_BENCHMARKS=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+else
+  CONFIG_ARGS :=
+endif
+
+.PHONY: setup configure build demo test bench install clean
+
+setup:
+	@bash scripts/setup.sh
+
+configure: setup
+	@cmake -S . -B $(BUILD) $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CONFIG_ARGS) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD) -j $(JOBS)
+
+demo: build
+	@cd $(BUILD) && ./examples/qel-demo/qel-demo
+
+test: build
+	@cd $(BUILD) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+	  ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
+
+bench: setup
+	@cmake -S . -B build-bench $(GENERATOR) -DCMAKE_BUILD_TYPE=Release -DQEL_BUILD_TESTS=OFF -DQEL_BUILD_FUZZERS=OFF >/dev/null
+	@cmake --build build-bench -j $(JOBS)
+	@cmake --build build-bench --target run-benchmarks
+
+install: build
+	@cmake --install $(BUILD) --prefix $(PREFIX)
+
+clean:
+	@rm -rf $(BUILD) $(SAN_BUILD) build-bench

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "qel/framework/QelSysApp.h"
+
+#include <functional>
+#include <string>
+
+/// The demo's application object: prints the log with its level shown, colored on a terminal.
+class QelDemoApp : public QelSysApp
+{
+public:
+    QelDemoApp();
+    void PrintToConsole(const char* pFormat, ...) const override;
+    double GetTime() const override;
+
+    /// Counts by level, reported at the end of the run.
+    mutable int m_nErrors = 0;
+    mutable int m_nWarnings = 0;
+
+private:
+    bool m_bColor;
+};
+
+/// One section of the demo. Each source file registers its own, so sections are added without
+/// touching the others; they run in ascending order.
+struct QelDemoSection
+{
+    QelDemoSection(int nOrder, const char* pTitle, std::function<void(QelDemoApp&)> fnRun);
+};
+
+/// Prints a heading for a section.
+void QelDemoHeading(const char* pTitle);
+
+/// Folder the demo writes its output files to (created on demand).
+std::string QelDemoOutputDir();

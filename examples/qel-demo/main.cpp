@@ -1,0 +1,108 @@
+#include "QelDemo.h"
+
+#include "qel/platform/QelString.h"
+#include "qel/platform/QelTimer.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace
+{
+struct Entry
+{
+    const char* pTitle;
+    std::function<void(QelDemoApp&)> fnRun;
+};
+
+std::multimap<int, Entry>& Sections()
+{
+    static std::multimap<int, Entry> s;
+    return s;
+}
+} // namespace
+
+QelDemoSection::QelDemoSection(int nOrder, const char* pTitle, std::function<void(QelDemoApp&)> fnRun)
+{
+    Sections().emplace(nOrder, Entry{pTitle, std::move(fnRun)});
+}
+
+QelDemoApp::QelDemoApp() : QelSysApp(this), m_bColor(isatty(fileno(stdout)) != 0) {}
+
+void QelDemoApp::PrintToConsole(const char* pFormat, ...) const
+{
+    if (!pFormat)
+        return;
+    std::string strText;
+    size_t n = std::strlen(pFormat);
+    if (n >= 7 && std::strcmp(pFormat + n - 7, "<flush>") == 0)
+        strText.assign(pFormat, n - 7); // composed by an object: literal, the end tag dropped
+    else
+    {
+        va_list args;
+        va_start(args, pFormat);
+        strText = QelFormatV(pFormat, args);
+        va_end(args);
+    }
+    const char* pLevel = "info ";
+    const char* pColor = "";
+    if (strText.compare(0, 7, "<error>") == 0)
+    {
+        strText.erase(0, 7);
+        pLevel = "ERROR";
+        pColor = "\033[1;31m";
+        ++m_nErrors;
+    }
+    else if (strText.compare(0, 9, "<warning>") == 0)
+    {
+        strText.erase(0, 9);
+        pLevel = "warn ";
+        pColor = "\033[33m";
+        ++m_nWarnings;
+    }
+    while (!strText.empty() && (strText.back() == '\n' || strText.back() == ' '))
+        strText.pop_back();
+    while (!strText.empty() && strText.front() == ' ')
+        strText.erase(0, 1);
+    if (m_bColor && *pColor)
+        std::printf("  %s[%s]\033[0m %s\n", pColor, pLevel, strText.c_str());
+    else
+        std::printf("  [%s] %s\n", pLevel, strText.c_str());
+}
+
+double QelDemoApp::GetTime() const
+{
+    return QelGetHighResTime();
+}
+
+void QelDemoHeading(const char* pTitle)
+{
+    std::printf("\n== %s ==\n", pTitle);
+}
+
+std::string QelDemoOutputDir()
+{
+    std::string dir = "qel-demo-output";
+    mkdir(dir.c_str(), 0755);
+    return dir;
+}
+
+int main()
+{
+    QelDemoApp app;
+    std::printf("QelCommon demo\n");
+    for (auto& [nOrder, entry] : Sections())
+    {
+        (void)nOrder;
+        QelDemoHeading(entry.pTitle);
+        entry.fnRun(app);
+    }
+    std::printf("\nlog: %d error(s), %d warning(s) reported by the library (all expected)\n", app.m_nErrors,
+                app.m_nWarnings);
+    return 0;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+// Umbrella header: every public header of the library.
+
+// platform
+#include "qel/platform/QelExport.h"
+#include "qel/platform/QelGuid.h"
+#include "qel/platform/QelHandles.h"
+#include "qel/platform/QelRandom.h"
+#include "qel/platform/QelString.h"
+#include "qel/platform/QelTimer.h"
+
+// framework
+#include "qel/framework/QelBase.h"
+#include "qel/framework/QelObjectMessage.h"
+#include "qel/framework/QelSysApp.h"
+
+// math
+
+// properties
+
+// xml
+
+// expression
+
+// display
+
+// util

@@ -1,0 +1,77 @@
+#include "qel/framework/QelObjectMessage.h"
+#include "qel/framework/QelSysApp.h"
+#include "tests/support/QelTestApp.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+std::string Compose(const char* pTag, const std::string& strName, const char* pFormat, ...)
+{
+    va_list args;
+    va_start(args, pFormat);
+    std::string s = QelComposeObjectMessage(pTag, strName, pFormat, args);
+    va_end(args);
+    return s;
+}
+
+void PrintError(const std::string& strName, const char* pFormat, ...)
+{
+    va_list args;
+    va_start(args, pFormat);
+    QelPrintObjectMessage("<error>", strName, pFormat, args);
+    va_end(args);
+}
+} // namespace
+
+TEST(QelSysApp, TheFirstApplicationObjectStaysTheSingleton)
+{
+    QelCapture cap;
+    ASSERT_EQ(QelSysApp::m_pQelSysApp, &QelTestApp::Get());
+    EXPECT_EQ(&QelSysApp::App(), &QelTestApp::Get());
+    {
+        QelTestApp second;
+        EXPECT_EQ(QelSysApp::m_pQelSysApp, &QelTestApp::Get());
+    }
+    ASSERT_EQ(cap.Messages().size(), 1u);
+    EXPECT_EQ(cap.Messages()[0], "[FATALERROR]Two classes have registered as the QelSysApp class!");
+    // A plain application object is just as refused, and the destructor leaves the singleton alone.
+    {
+        QelSysApp plain(nullptr);
+    }
+    EXPECT_EQ(QelSysApp::m_pQelSysApp, &QelTestApp::Get());
+    EXPECT_EQ(cap.Messages().size(), 2u);
+}
+
+TEST(QelSysApp, ObjectMessagesAreComposedExactly)
+{
+    QelCapture cap;
+    PrintError("A", "value %d", 5);
+    ASSERT_EQ(cap.Messages().size(), 1u);
+    EXPECT_EQ(cap.Messages()[0], "<error>A - value 5<flush>");
+
+    EXPECT_EQ(Compose("<warning>", "Box01", "Bad value"), "<warning>Box01 - Bad value<flush>");
+    std::string long100(100, 'q');
+    EXPECT_EQ(Compose("<error>", "n", "%s", long100.c_str()), "<error>n - " + long100 + "<flush>");
+    EXPECT_EQ(Compose("<error>", "", ""), "<error> - <flush>");
+    // A percent sign in the name survives to a literal console.
+    PrintError("50%s", "%s", "x%d");
+    EXPECT_EQ(cap.Messages().back(), "<error>50%s - x%d<flush>");
+}
+
+TEST(QelSysApp, PlainApplicationObjectAnswersWithDefaults)
+{
+    // Call the base implementations directly on the registered object.
+    QelSysApp& app = QelTestApp::Get();
+    EXPECT_EQ(app.QelSysApp::GetTime(), 0.0);
+    EXPECT_TRUE(app.QelSysApp::FindObject(std::string("x")).empty());
+    EXPECT_EQ(app.QelSysApp::FindObject(static_cast<GUID*>(nullptr)), nullptr);
+    EXPECT_EQ(app.QelSysApp::GetExePath(), "");
+    EXPECT_EQ(app.QelSysApp::ConvertPathToAbsolute("a\\b"), "");
+    EXPECT_EQ(app.QelSysApp::GetAllObjects(), nullptr);
+    EXPECT_EQ(app.QelSysApp::GetNumSelectedObjects(), 0);
+    EXPECT_EQ(app.QelSysApp::SetTimer(nullptr, 10), 0u);
+    EXPECT_FALSE(app.QelSysApp::IsLoading());
+    EXPECT_EQ(app.QelSysApp::GetMainOpenGLContext(), nullptr);
+    EXPECT_EQ(app.QelSysApp::PromptFileOpen("t", "f", "e", "d", nullptr, 0), "");
+}
