@@ -9,6 +9,7 @@
 #include "qel/platform/QelRandom.h"
 #include "qel/platform/QelString.h"
 #include "qel/platform/QelTimer.h"
+#include "qel/platform/QelTypes.h"
 
 // framework
 #include "qel/framework/QelBase.h"
@@ -18,6 +19,7 @@
 // math
 
 // properties
+#include "qel/properties/QelDataType.h"
 
 // xml
 
