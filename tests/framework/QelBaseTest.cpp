@@ -57,7 +57,8 @@ TEST(QelBase, CopiesTakeTheNameButNotTheIdentity)
     EXPECT_EQ(b.GetName(), "alpha");
     EXPECT_EQ(b.GetGuid(), gb);
     EXPECT_NE(a.GetGuid(), b.GetGuid());
-    b = b;
+    QelBase& self = b;
+    b = self;
     EXPECT_EQ(b.GetName(), "alpha");
 
     a.OnDelete();
