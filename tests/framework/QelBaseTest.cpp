@@ -58,7 +58,7 @@ TEST(QelBase, CopiesTakeTheNameButNotTheIdentity)
     EXPECT_EQ(b.GetGuid(), gb);
     EXPECT_NE(a.GetGuid(), b.GetGuid());
     QelBase& self = b;
-    b = self;
+    static_cast<QelBase&>(b) = self;
     EXPECT_EQ(b.GetName(), "alpha");
 
     a.OnDelete();
