@@ -3,6 +3,7 @@
 // Umbrella header: every public header of the library.
 
 // platform
+#include "qel/platform/QelAutomationVariant.h"
 #include "qel/platform/QelExport.h"
 #include "qel/platform/QelGuid.h"
 #include "qel/platform/QelHandles.h"
@@ -20,6 +21,7 @@
 
 // properties
 #include "qel/properties/QelDataType.h"
+#include "qel/properties/QelVariant.h"
 
 // xml
 
