@@ -30,3 +30,5 @@
 // display
 
 // util
+#include "qel/util/QelTextScanner.h"
+#include "qel/util/QelUnitConverter.h"
