@@ -1,6 +1,7 @@
 #include "qel/util/QelUnitConverter.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/properties/QelVariant.h"
 
 namespace
 {
@@ -189,6 +190,22 @@ bool QelUnitConverter::ConvertArray(const std::vector<double>& vValues, EUnit eF
     vResults.resize(vValues.size());
     for (size_t i = 0; i < vResults.size(); ++i)
         vResults[i] = ConvertChecked(vValues[i], eFrom, eTo);
+    return true;
+}
+
+bool QelUnitConverter::ConvertHistory(const std::vector<QelVariant>& vValues, EUnit eFrom,
+                                      std::vector<QelVariant>& vResults, EUnit eTo)
+{
+    if (!CheckKinds(eFrom, eTo))
+        return false;
+    vResults.resize(vValues.size());
+    for (size_t i = 0; i < vResults.size(); ++i)
+    {
+        if (vValues[i].IsNumeric())
+            vResults[i] = QelVariant(ConvertChecked(double(vValues[i]), eFrom, eTo));
+        else if (&vResults != &vValues)
+            vResults[i] = vValues[i];
+    }
     return true;
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+class QelVariant;
+
 /// Converts measured values between units of the same physical kind, one value or whole series.
 /// All members are static; the tables of kinds and factors are fixed.
 class QEL_EXPORT QelUnitConverter
@@ -141,6 +143,11 @@ public:
     static bool Convert(double dValue, EUnit eFrom, double& dResult, EUnit eTo);
     /// Converts element by element; on a kind mismatch the results are left untouched.
     static bool ConvertArray(const std::vector<double>& vValues, EUnit eFrom, std::vector<double>& vResults, EUnit eTo);
+
+    /// The same over variant values, for a property's history: Integer and Real values become Real
+    /// values in the target unit; values of other types are copied as they are.
+    static bool ConvertHistory(const std::vector<QelVariant>& vValues, EUnit eFrom, std::vector<QelVariant>& vResults,
+                               EUnit eTo);
 
     /// The unit's kind; eUnknownUnitType for numbers outside the table.
     static EUnitType GetUnitType(EUnit eUnit);

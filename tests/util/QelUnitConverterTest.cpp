@@ -1,3 +1,4 @@
+#include "qel/properties/QelVariant.h"
 #include "qel/util/QelUnitConverter.h"
 #include "tests/support/QelTestApp.h"
 
@@ -131,4 +132,26 @@ TEST(QelUnitConverter, ArraysConvertElementByElement)
     std::vector<double> vEmpty;
     EXPECT_TRUE(UC::ConvertArray({}, UC::eFeet, vEmpty, UC::eMiles));
     EXPECT_TRUE(vEmpty.empty());
+}
+
+TEST(QelUnitConverter, HistoriesConvertTheirNumbers)
+{
+    std::vector<QelVariant> v = {QelVariant(3), QelVariant(1.5f), QelVariant("note"), QelVariant(true)};
+    std::vector<QelVariant> vOut;
+    ASSERT_TRUE(UC::ConvertHistory(v, UC::eKilometers, vOut, UC::eMeters));
+    ASSERT_EQ(vOut.size(), 4u);
+    EXPECT_EQ(vOut[0].GetDataType(), eDataReal);
+    EXPECT_FLOAT_EQ(float(vOut[0]), 3000.0f);
+    EXPECT_FLOAT_EQ(float(vOut[1]), 1500.0f);
+    EXPECT_EQ(std::string(vOut[2]), "note");
+    EXPECT_EQ(vOut[3].GetDataType(), eDataBoolean);
+
+    // In place, and untouched on a mismatch.
+    ASSERT_TRUE(UC::ConvertHistory(v, UC::eCelsius, v, UC::eFahrenheit));
+    EXPECT_FLOAT_EQ(float(v[1]), 34.7f);
+    EXPECT_EQ(std::string(v[2]), "note");
+    QelCapture cap;
+    EXPECT_FALSE(UC::ConvertHistory(v, UC::eCelsius, vOut, UC::eMeters));
+    EXPECT_FLOAT_EQ(float(vOut[0]), 3000.0f);
+    EXPECT_EQ(cap.Errors(), 1u);
 }
