@@ -24,6 +24,8 @@
 #include "qel/properties/QelVariant.h"
 
 // xml
+#include "qel/xml/QelMasterXMLInterface.h"
+#include "qel/xml/QelXMLInterface.h"
 
 // expression
 

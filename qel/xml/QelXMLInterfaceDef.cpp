@@ -1,0 +1,245 @@
+#include "qel/xml/QelXMLInterfaceDef.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace
+{
+/// Live implementation objects; the parser's global state is cleaned up when the last one goes.
+unsigned int g_nLiveXMLInterfaceDefs = 0;
+
+const char kBase64Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+/// True when pNode is pAncestor or lies below it.
+bool IsInSubtree(const xmlNode* pNode, const xmlNode* pAncestor)
+{
+    for (; pNode; pNode = pNode->parent)
+        if (pNode == pAncestor)
+            return true;
+    return false;
+}
+
+/// A null prefix (the default namespace) matches only an empty one.
+bool PrefixMatches(const xmlNs* pNs, const std::string& strPrefix)
+{
+    if (!pNs)
+        return false;
+    if (!pNs->prefix)
+        return strPrefix.empty();
+    return strPrefix == reinterpret_cast<const char*>(pNs->prefix);
+}
+
+bool NameIs(const xmlChar* pName, const char* pWanted)
+{
+    return pName && std::strcmp(reinterpret_cast<const char*>(pName), pWanted) == 0;
+}
+
+/// Takes over a libxml2 string: copies it out and frees it.
+bool TakeXmlString(xmlChar* pText, std::string& strOut)
+{
+    if (!pText)
+        return false;
+    strOut.assign(reinterpret_cast<const char*>(pText));
+    xmlFree(pText);
+    return true;
+}
+} // namespace
+
+QelXMLInterfaceDef::QelXMLInterfaceDef(QelXMLInterface* pOwner) : m_pOwner(pOwner)
+{
+    ++g_nLiveXMLInterfaceDefs;
+}
+
+QelXMLInterfaceDef::~QelXMLInterfaceDef()
+{
+    m_pOwner = nullptr;
+    CloseData();
+    if (g_nLiveXMLInterfaceDefs > 0 && --g_nLiveXMLInterfaceDefs == 0)
+        xmlCleanupParser();
+    m_vecPositionStack.clear();
+    m_vecPositionStack.shrink_to_fit();
+}
+
+void QelXMLInterfaceDef::CloseData()
+{
+    if (m_pDocument)
+    {
+        xmlFreeDoc(m_pDocument);
+        // A lock or a stacked position into the freed document could only dangle.
+        m_pLockedRoot = nullptr;
+    }
+    m_pDocument = nullptr;
+    m_pRootElement = nullptr;
+    m_pCurrentNode = nullptr;
+    m_vecPositionStack.clear();
+}
+
+bool QelXMLInterfaceDef::AdoptDocument(xmlDoc* pDoc)
+{
+    xmlNode* pRoot = xmlDocGetRootElement(pDoc);
+    if (!pRoot)
+        return false;
+    m_pDocument = pDoc;
+    m_pRootElement = pRoot;
+    m_pCurrentNode = pRoot;
+    return true;
+}
+
+void QelXMLInterfaceDef::ForgetSubtree(xmlNode* pNode)
+{
+    if (m_pLockedRoot && IsInSubtree(m_pLockedRoot, pNode))
+        m_pLockedRoot = nullptr;
+    m_vecPositionStack.erase(std::remove_if(m_vecPositionStack.begin(), m_vecPositionStack.end(),
+                                            [pNode](xmlNode* p) { return IsInSubtree(p, pNode); }),
+                             m_vecPositionStack.end());
+}
+
+xmlNode* QelXMLInterfaceDef::FindChild(const std::string& strName) const
+{
+    if (!IsValid() || !m_pCurrentNode->children)
+        return nullptr;
+    size_t nColon = strName.rfind(':');
+    if (nColon != std::string::npos)
+    {
+        std::string strPrefix = strName.substr(0, nColon);
+        std::string strLocal = strName.substr(nColon + 1);
+        for (xmlNode* p = m_pCurrentNode->children; p; p = p->next)
+            if (p->type == XML_ELEMENT_NODE && NameIs(p->name, strLocal.c_str()) && PrefixMatches(p->ns, strPrefix))
+                return p;
+    }
+    for (xmlNode* p = m_pCurrentNode->children; p; p = p->next)
+        if (p->type == XML_ELEMENT_NODE && NameIs(p->name, strName.c_str()))
+            return p;
+    return nullptr;
+}
+
+bool QelXMLInterfaceDef::ReadChildText(const std::string& strName, std::string& strText) const
+{
+    xmlNode* pChild = FindChild(strName);
+    if (!pChild || !pChild->children)
+        return false;
+    return TakeXmlString(xmlNodeListGetString(m_pDocument, pChild->children, 1), strText);
+}
+
+bool QelXMLInterfaceDef::ReadAttribute(const std::string& strName, std::string& strValue) const
+{
+    if (!IsValid())
+        return false;
+    size_t nColon = strName.rfind(':');
+    if (nColon == std::string::npos)
+        return TakeXmlString(xmlGetProp(m_pCurrentNode, reinterpret_cast<const xmlChar*>(strName.c_str())),
+                             strValue);
+    if (m_pCurrentNode->type != XML_ELEMENT_NODE)
+        return false;
+    std::string strPrefix = strName.substr(0, nColon);
+    std::string strLocal = strName.substr(nColon + 1);
+    for (xmlAttr* pAttr = m_pCurrentNode->properties; pAttr; pAttr = pAttr->next)
+    {
+        if (NameIs(pAttr->name, strLocal.c_str()) && PrefixMatches(pAttr->ns, strPrefix))
+        {
+            xmlChar* pValue = xmlNodeListGetString(m_pDocument, pAttr->children, 1);
+            if (!pValue)
+            {
+                strValue.clear(); // an attribute without children holds the empty value
+                return true;
+            }
+            return TakeXmlString(pValue, strValue);
+        }
+    }
+    return false;
+}
+
+bool QelXMLInterfaceDef::WriteChildText(const std::string& strName, const char* pText, bool bEscape)
+{
+    if (!IsValid())
+        return false;
+    const xmlChar* pName = reinterpret_cast<const xmlChar*>(strName.c_str());
+    const xmlChar* pContent = reinterpret_cast<const xmlChar*>(pText);
+    xmlNode* pNode = bEscape ? xmlNewTextChild(m_pCurrentNode, nullptr, pName, pContent)
+                             : xmlNewChild(m_pCurrentNode, nullptr, pName, pContent);
+    return pNode != nullptr;
+}
+
+bool QelXMLInterfaceDef::WriteAttribute(const std::string& strName, const char* pValue)
+{
+    if (!IsValid())
+        return false;
+    return xmlSetProp(m_pCurrentNode, reinterpret_cast<const xmlChar*>(strName.c_str()),
+                      reinterpret_cast<const xmlChar*>(pValue)) != nullptr;
+}
+
+std::string QelXMLEncodeBase64(const unsigned char* pData, size_t nSize)
+{
+    std::string strOut;
+    strOut.reserve(nSize / 3 * 4 + 3);
+    size_t i = 0;
+    for (; i + 3 <= nSize; i += 3)
+    {
+        unsigned int n = (pData[i] << 16) | (pData[i + 1] << 8) | pData[i + 2];
+        strOut += kBase64Alphabet[(n >> 18) & 63];
+        strOut += kBase64Alphabet[(n >> 12) & 63];
+        strOut += kBase64Alphabet[(n >> 6) & 63];
+        strOut += kBase64Alphabet[n & 63];
+    }
+    size_t nRest = nSize - i;
+    if (nRest == 1)
+    {
+        unsigned int n = pData[i] << 16;
+        strOut += kBase64Alphabet[(n >> 18) & 63];
+        strOut += kBase64Alphabet[(n >> 12) & 63];
+    }
+    else if (nRest == 2)
+    {
+        unsigned int n = (pData[i] << 16) | (pData[i + 1] << 8);
+        strOut += kBase64Alphabet[(n >> 18) & 63];
+        strOut += kBase64Alphabet[(n >> 12) & 63];
+        strOut += kBase64Alphabet[(n >> 6) & 63];
+    }
+    return strOut;
+}
+
+size_t QelXMLDecodeBase64(const char* pText, size_t nLength, unsigned char* pOut)
+{
+    struct Table
+    {
+        signed char aValue[256];
+        Table()
+        {
+            std::memset(aValue, -1, sizeof(aValue));
+            for (int i = 0; i < 64; ++i)
+                aValue[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<signed char>(i);
+        }
+    };
+    static const Table s_table;
+    const signed char* s_aValue = s_table.aValue;
+    size_t nOut = 0;
+    unsigned int nGroup = 0;
+    int nValid = 0;
+    for (size_t i = 0; i < nLength && pText[i] != '\0'; ++i)
+    {
+        int v = s_aValue[static_cast<unsigned char>(pText[i])];
+        if (v < 0)
+            continue;
+        nGroup = (nGroup << 6) | static_cast<unsigned int>(v);
+        if (++nValid == 4)
+        {
+            pOut[nOut++] = static_cast<unsigned char>(nGroup >> 16);
+            pOut[nOut++] = static_cast<unsigned char>(nGroup >> 8);
+            pOut[nOut++] = static_cast<unsigned char>(nGroup);
+            nGroup = 0;
+            nValid = 0;
+        }
+    }
+    // A short last group of k characters gives floor(6k / 8) bytes.
+    if (nValid == 2)
+        pOut[nOut++] = static_cast<unsigned char>(nGroup >> 4);
+    else if (nValid == 3)
+    {
+        pOut[nOut++] = static_cast<unsigned char>(nGroup >> 10);
+        pOut[nOut++] = static_cast<unsigned char>(nGroup >> 2);
+    }
+    return nOut;
+}
