@@ -18,6 +18,22 @@
 #include "qel/framework/QelSysApp.h"
 
 // math
+#include "qel/math/QelBox2.h"
+#include "qel/math/QelBox3.h"
+#include "qel/math/QelIVec2.h"
+#include "qel/math/QelLine.h"
+#include "qel/math/QelMathConstants.h"
+#include "qel/math/QelMatrix3.h"
+#include "qel/math/QelMatrix4.h"
+#include "qel/math/QelPlane.h"
+#include "qel/math/QelRay.h"
+#include "qel/math/QelSphere.h"
+#include "qel/math/QelTriangle.h"
+#include "qel/math/QelVec2.h"
+#include "qel/math/QelVec3.h"
+#include "qel/math/QelVec4.h"
+#include "qel/math/QelVec5.h"
+#include "qel/math/QelVecColor.h"
 
 // properties
 #include "qel/properties/QelDataType.h"

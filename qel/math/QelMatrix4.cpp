@@ -1,0 +1,100 @@
+#include "qel/math/QelMatrix4.h"
+
+#include "qel/framework/QelSysApp.h"
+#include "qel/math/QelLUInverse.h"
+
+#include <sstream>
+
+bool QelMatrix4::Invert()
+{
+    return QelLUInvert<4>(m_fM);
+}
+
+void QelMatrix4::OrthoNormalize()
+{
+    QelVec3 c0(m_fM), c1(m_fM + 4), c2(m_fM + 8);
+    auto unit = [](QelVec3& v) {
+        if (v.MagnitudeSquared() == 0.0f)
+            v = QelVec3::kZero;
+        else
+            v.Normalize();
+    };
+    unit(c0);
+    c1 -= c0 * c1.Dot(c0);
+    unit(c1);
+    c2 -= c0 * c2.Dot(c0) + c1 * c2.Dot(c1);
+    unit(c2);
+    const QelVec3* cols[3] = {&c0, &c1, &c2};
+    for (int c = 0; c < 3; ++c)
+    {
+        m_fM[4 * c] = cols[c]->x;
+        m_fM[4 * c + 1] = cols[c]->y;
+        m_fM[4 * c + 2] = cols[c]->z;
+    }
+}
+
+QelVec4 QelMatrix4::ConvertToQuaternion() const
+{
+    const float* m = m_fM;
+    QelVec4 q;
+    const float fTrace = 1.0f + m[0] + m[5] + m[10];
+    if (fTrace > 0.0f)
+    {
+        const float s = std::sqrt(fTrace) * 2.0f;
+        q.Set((m[6] - m[9]) / s, (m[8] - m[2]) / s, (m[1] - m[4]) / s, 0.25f * s);
+    }
+    else if (m[0] > m[5] && m[0] > m[10])
+    {
+        const float s = std::sqrt(1.0f + m[0] - m[5] - m[10]) * 2.0f;
+        q.Set(0.25f * s, (m[4] + m[1]) / s, (m[8] + m[2]) / s, (m[6] - m[9]) / s);
+    }
+    else if (m[5] > m[10])
+    {
+        const float s = std::sqrt(1.0f + m[5] - m[0] - m[10]) * 2.0f;
+        q.Set((m[4] + m[1]) / s, 0.25f * s, (m[9] + m[6]) / s, (m[8] - m[2]) / s);
+    }
+    else
+    {
+        const float s = std::sqrt(1.0f + m[10] - m[0] - m[5]) * 2.0f;
+        q.Set((m[8] + m[2]) / s, (m[9] + m[6]) / s, 0.25f * s, (m[1] - m[4]) / s);
+    }
+    q.Normalize();
+    return q;
+}
+
+QelVec4 QelMatrix4::ConvertToAxisAngle() const
+{
+    QelVec4 q = ConvertToQuaternion();
+    // q and -q are the same rotation; taking the one with w >= 0 keeps the angle within [0, 180],
+    // the form the transform properties show and feed back to Rotate(QelVec4).
+    if (q.w < 0.0f)
+        q = q * -1.0f;
+    const float w = q.w > 1.0f ? 1.0f : q.w;
+    const float fAngle = 2.0f * std::acos(w) * kQelRadToDeg;
+    float fRoot = std::sqrt(1.0f - w * w);
+    if (fRoot < 0.000001f)
+        fRoot = 1.0f;
+    return QelVec4(q.x / fRoot, q.y / fRoot, q.z / fRoot, fAngle);
+}
+
+int QelMatrix4::BadColumn(int nColumn)
+{
+    const int nClamped = nColumn < 0 ? 0 : 3;
+    QelSysApp::App().PrintToConsole("<error> QelMatrix4::GetColumn - column %d does not exist, column %d used\n",
+                                    nColumn, nClamped);
+    return nClamped;
+}
+
+std::string QelMatrix4::String() const
+{
+    std::ostringstream os;
+    os << "{ ";
+    for (int r = 0; r < 4; ++r)
+    {
+        if (r)
+            os << ",\n  ";
+        os << "(X:" << m_fM[r] << ", Y:" << m_fM[4 + r] << ", Z:" << m_fM[8 + r] << ", W:" << m_fM[12 + r] << ")";
+    }
+    os << " }\n";
+    return os.str();
+}

@@ -1,0 +1,265 @@
+#pragma once
+
+#include "qel/math/QelMathConstants.h"
+#include "qel/math/QelVec3.h"
+#include "qel/math/QelVec4.h"
+#include "qel/platform/QelExport.h"
+
+#include <cmath>
+#include <string>
+
+/// 4 x 4 float matrix laid out as OpenGL takes it: column-major (element (r, c) at index 4c + r,
+/// translation at 12-14), column vectors, every operation composing on the right (this = this * X).
+/// A flag marks the matrix as mathematically sound; while it is clear (the default) products are
+/// affine, with the bottom row forced to (0, 0, 0, 1).
+class QEL_EXPORT QelMatrix4
+{
+public:
+    float m_fM[16];
+    bool m_bMathematicallySound;
+
+    /// True: identity; false: all zeros. The flag starts clear.
+    explicit QelMatrix4(bool bIdentity = true) : m_bMathematicallySound(false)
+    {
+        for (float& f : m_fM)
+            f = 0.0f;
+        if (bIdentity)
+            m_fM[0] = m_fM[5] = m_fM[10] = m_fM[15] = 1.0f;
+    }
+    /// Copies sixteen floats (column-major, as glGetFloatv gives them); a null pointer gives the identity.
+    explicit QelMatrix4(const float* pf) : QelMatrix4(true)
+    {
+        if (pf)
+            for (int i = 0; i < 16; ++i)
+                m_fM[i] = pf[i];
+    }
+
+    operator float*() { return m_fM; }
+    operator const float*() const { return m_fM; }
+
+    /// Set for projection work: products become full 4 x 4 products.
+    void SetMathematicallySound(bool b) { m_bMathematicallySound = b; }
+    bool IsMathematicallySound() const { return m_bMathematicallySound; }
+
+    /// Identity; the flag is kept.
+    void MakeIdentity()
+    {
+        const bool b = m_bMathematicallySound;
+        *this = QelMatrix4(true);
+        m_bMathematicallySound = b;
+    }
+    void Transpose()
+    {
+        for (int c = 1; c < 4; ++c)
+            for (int r = 0; r < c; ++r)
+            {
+                const float t = m_fM[4 * c + r];
+                m_fM[4 * c + r] = m_fM[4 * r + c];
+                m_fM[4 * r + c] = t;
+            }
+    }
+    /// Full 4 x 4 determinant.
+    float Determinant() const
+    {
+        const float* m = m_fM;
+        const float s0 = m[0] * m[5] - m[1] * m[4], s1 = m[0] * m[6] - m[2] * m[4], s2 = m[0] * m[7] - m[3] * m[4];
+        const float s3 = m[1] * m[6] - m[2] * m[5], s4 = m[1] * m[7] - m[3] * m[5], s5 = m[2] * m[7] - m[3] * m[6];
+        const float c5 = m[10] * m[15] - m[11] * m[14], c4 = m[9] * m[15] - m[11] * m[13];
+        const float c3 = m[9] * m[14] - m[10] * m[13], c2 = m[8] * m[15] - m[11] * m[12];
+        const float c1 = m[8] * m[14] - m[10] * m[12], c0 = m[8] * m[13] - m[9] * m[12];
+        return s0 * c5 - s1 * c4 + s2 * c3 + s3 * c2 - s4 * c1 + s5 * c0;
+    }
+    /// Determinant of the upper-left 3 x 3.
+    float Determinant3() const
+    {
+        const float* m = m_fM;
+        return m[0] * (m[5] * m[10] - m[9] * m[6]) - m[4] * (m[1] * m[10] - m[9] * m[2]) +
+               m[8] * (m[1] * m[6] - m[5] * m[2]);
+    }
+    /// True on success; a matrix with an all-zero row is refused and left unchanged.
+    bool Invert();
+
+    /// Multiplies columns 0, 1, 2 by the factors: this = this * S, as glScale does.
+    void Scale(float fX, float fY, float fZ)
+    {
+        for (int i = 0; i < 4; ++i)
+        {
+            m_fM[i] *= fX;
+            m_fM[4 + i] *= fY;
+            m_fM[8 + i] *= fZ;
+        }
+    }
+    void Scale(const QelVec3& v) { Scale(v.x, v.y, v.z); }
+
+    /// this = this * T.
+    void Translate(float fX, float fY, float fZ)
+    {
+        for (int i = 0; i < 4; ++i)
+            m_fM[12 + i] += m_fM[i] * fX + m_fM[4 + i] * fY + m_fM[8 + i] * fZ;
+        KeepAffine();
+    }
+    void Translate(const QelVec3& v) { Translate(v.x, v.y, v.z); }
+
+    /// this = this * R, R the right-handed rotation by fDegrees about vAxis, which must be of unit
+    /// length (it is not normalised). The exact unit axes take a shorter path that keeps the
+    /// untouched elements exact.
+    void Rotate(const QelVec3& vAxis, float fDegrees)
+    {
+        const float fRad = fDegrees * kQelDegToRad;
+        const float c = std::cos(fRad), s = std::sin(fRad);
+        if (vAxis == QelVec3::kUnitX)
+            Combine(1, 2, c, s);
+        else if (vAxis == QelVec3::kUnitY)
+            Combine(2, 0, c, s);
+        else if (vAxis == QelVec3::kUnitZ)
+            Combine(0, 1, c, s);
+        else
+        {
+            const float t = 1.0f - c;
+            const float x = vAxis.x, y = vAxis.y, z = vAxis.z;
+            const float r[9] = {x * x * t + c,     x * y * t + z * s, x * z * t - y * s,
+                                x * y * t - z * s, y * y * t + c,     y * z * t + x * s,
+                                x * z * t + y * s, y * z * t - x * s, z * z * t + c};
+            float fOut[12];
+            for (int col = 0; col < 3; ++col)
+                for (int i = 0; i < 4; ++i)
+                    fOut[4 * col + i] = m_fM[i] * r[3 * col] + m_fM[4 + i] * r[3 * col + 1] + m_fM[8 + i] * r[3 * col + 2];
+            for (int i = 0; i < 12; ++i)
+                m_fM[i] = fOut[i];
+        }
+        KeepAffine();
+    }
+    /// Axis in x, y, z (unit length), angle in degrees in w.
+    void Rotate(const QelVec4& vAxisAngle) { Rotate(QelVec3(vAxisAngle.x, vAxisAngle.y, vAxisAngle.z), vAxisAngle.w); }
+
+    /// Camera matrix looking from vViewpoint at vTarget. s = f x up is deliberately not normalised:
+    /// an up vector that is not perpendicular to the view shortens it, and saved views depend on that.
+    void LookAt(const QelVec3& vViewpoint, const QelVec3& vTarget, const QelVec3& vUp)
+    {
+        QelVec3 f = vTarget - vViewpoint;
+        f.Normalize();
+        QelVec3 up = vUp;
+        up.Normalize();
+        const QelVec3 s = f.Cross(up);
+        const QelVec3 u = s.Cross(f);
+        QelMatrix4 m(false);
+        m.m_fM[0] = s.x;
+        m.m_fM[4] = s.y;
+        m.m_fM[8] = s.z;
+        m.m_fM[1] = u.x;
+        m.m_fM[5] = u.y;
+        m.m_fM[9] = u.z;
+        m.m_fM[2] = -f.x;
+        m.m_fM[6] = -f.y;
+        m.m_fM[10] = -f.z;
+        m.m_fM[15] = 1.0f;
+        *this = *this * m;
+        Translate(-vViewpoint.x, -vViewpoint.y, -vViewpoint.z);
+    }
+
+    /// this = this * o.
+    void Transform(const QelMatrix4& o) { *this = *this * o; }
+
+    /// Gram-Schmidt on the first three columns (their x, y, z); a column of length exactly 0 becomes
+    /// zeros. Column 3 and the bottom row are untouched.
+    void OrthoNormalize();
+    /// The rotation of the upper-left 3 x 3 as a unit quaternion (x, y, z, w).
+    QelVec4 ConvertToQuaternion() const;
+    /// The rotation as axis (x, y, z) and angle in degrees (w), the angle within [0, 180].
+    QelVec4 ConvertToAxisAngle() const;
+
+    /// The x, y, z of column nColumn (0..3). An index outside 0..3 is clamped and reported.
+    QelVec3& GetColumn(int nColumn)
+    {
+        if (nColumn < 0 || nColumn > 3)
+            nColumn = BadColumn(nColumn);
+        return *reinterpret_cast<QelVec3*>(m_fM + 4 * nColumn);
+    }
+    const QelVec3& GetColumn(int nColumn) const
+    {
+        if (nColumn < 0 || nColumn > 3)
+            nColumn = BadColumn(nColumn);
+        return *reinterpret_cast<const QelVec3*>(m_fM + 4 * nColumn);
+    }
+    QelVec3& GetXAxis() { return GetColumn(0); }
+    QelVec3& GetYAxis() { return GetColumn(1); }
+    QelVec3& GetZAxis() { return GetColumn(2); }
+    QelVec3& GetTranslation() { return GetColumn(3); }
+    const QelVec3& GetXAxis() const { return GetColumn(0); }
+    const QelVec3& GetYAxis() const { return GetColumn(1); }
+    const QelVec3& GetZAxis() const { return GetColumn(2); }
+    const QelVec3& GetTranslation() const { return GetColumn(3); }
+
+    /// this * b; affine (bottom row forced to 0, 0, 0, 1) unless this matrix's flag is set. The
+    /// result carries this matrix's flag. The forced row is deliberate: it keeps ordinary transforms
+    /// affine through long chains, and only projection work sets the flag.
+    QelMatrix4 operator*(const QelMatrix4& b) const
+    {
+        QelMatrix4 r(NoInit{});
+        for (int c = 0; c < 4; ++c)
+            for (int i = 0; i < 4; ++i)
+                r.m_fM[4 * c + i] = m_fM[i] * b.m_fM[4 * c] + m_fM[4 + i] * b.m_fM[4 * c + 1] +
+                                    m_fM[8 + i] * b.m_fM[4 * c + 2] + m_fM[12 + i] * b.m_fM[4 * c + 3];
+        r.m_bMathematicallySound = m_bMathematicallySound;
+        r.KeepAffine();
+        return r;
+    }
+    /// Flag set: the full product. Flag clear: the translation is added as if w were 1 and w is
+    /// copied, whatever v.w holds.
+    QelVec4 operator*(const QelVec4& v) const
+    {
+        const float* m = m_fM;
+        if (m_bMathematicallySound)
+            return QelVec4(m[0] * v.x + m[4] * v.y + m[8] * v.z + m[12] * v.w,
+                           m[1] * v.x + m[5] * v.y + m[9] * v.z + m[13] * v.w,
+                           m[2] * v.x + m[6] * v.y + m[10] * v.z + m[14] * v.w,
+                           m[3] * v.x + m[7] * v.y + m[11] * v.z + m[15] * v.w);
+        return QelVec4(m[0] * v.x + m[4] * v.y + m[8] * v.z + m[12], m[1] * v.x + m[5] * v.y + m[9] * v.z + m[13],
+                       m[2] * v.x + m[6] * v.y + m[10] * v.z + m[14], v.w);
+    }
+    /// Always affine: rotation part times v plus the translation, no division by w.
+    QelVec3 operator*(const QelVec3& v) const
+    {
+        const float* m = m_fM;
+        return QelVec3(m[0] * v.x + m[4] * v.y + m[8] * v.z + m[12], m[1] * v.x + m[5] * v.y + m[9] * v.z + m[13],
+                       m[2] * v.x + m[6] * v.y + m[10] * v.z + m[14]);
+    }
+    /// Compares the sixteen elements exactly (not the flag).
+    bool operator==(const QelMatrix4& o) const
+    {
+        for (int i = 0; i < 16; ++i)
+            if (m_fM[i] != o.m_fM[i])
+                return false;
+        return true;
+    }
+    bool operator!=(const QelMatrix4& o) const { return !(*this == o); }
+
+    /// The four rows: "{ (X:m0, Y:m4, Z:m8, W:m12),\n  (X:m1, ...),\n  ...) }\n".
+    std::string String() const;
+
+private:
+    struct NoInit
+    {
+    };
+    explicit QelMatrix4(NoInit) {}
+
+    void KeepAffine()
+    {
+        if (!m_bMathematicallySound)
+        {
+            m_fM[3] = m_fM[7] = m_fM[11] = 0.0f;
+            m_fM[15] = 1.0f;
+        }
+    }
+    /// Columns a and b turned by (c, s) in their plane: the four-element rotation about a unit axis.
+    void Combine(int a, int b, float c, float s)
+    {
+        for (int i = 0; i < 4; ++i)
+        {
+            const float fA = m_fM[4 * a + i], fB = m_fM[4 * b + i];
+            m_fM[4 * a + i] = fA * c + fB * s;
+            m_fM[4 * b + i] = fB * c - fA * s;
+        }
+    }
+    static int BadColumn(int nColumn);
+};

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "qel/math/QelVec2.h"
+#include "qel/platform/QelExport.h"
+
+#include <cmath>
+#include <string>
+
+/// Three-component float vector: positions, directions, sizes and RGB colors.
+class QEL_EXPORT QelVec3
+{
+public:
+    float x, y, z;
+
+    constexpr QelVec3() : x(0.0f), y(0.0f), z(0.0f) {}
+    constexpr QelVec3(const float& fX, const float& fY, const float& fZ) : x(fX), y(fY), z(fZ) {}
+    /// Reads three floats; a null pointer gives the zero vector.
+    explicit QelVec3(const float* pf) : x(pf ? pf[0] : 0.0f), y(pf ? pf[1] : 0.0f), z(pf ? pf[2] : 0.0f) {}
+
+    static const QelVec3 kZero;
+    static const QelVec3 kOne;
+    static const QelVec3 kUnitX;
+    static const QelVec3 kUnitY;
+    static const QelVec3 kUnitZ;
+
+    void Set(const float& fX, const float& fY, const float& fZ) { x = fX; y = fY; z = fZ; }
+    /// Sets x and y; z is untouched.
+    void Set(const float& fX, const float& fY) { x = fX; y = fY; }
+    /// Sets all three components to f.
+    void Set(const float& f) { x = y = z = f; }
+
+    operator float*() { return &x; }
+    operator const float*() const { return &x; }
+
+    QelVec3 operator+(const QelVec3& o) const { return QelVec3(x + o.x, y + o.y, z + o.z); }
+    QelVec3 operator-(const QelVec3& o) const { return QelVec3(x - o.x, y - o.y, z - o.z); }
+    QelVec3& operator+=(const QelVec3& o) { x += o.x; y += o.y; z += o.z; return *this; }
+    QelVec3& operator-=(const QelVec3& o) { x -= o.x; y -= o.y; z -= o.z; return *this; }
+    /// With a 2D vector only x and y change; z is kept.
+    QelVec3 operator+(const QelVec2& o) const { return QelVec3(x + o.x, y + o.y, z); }
+    QelVec3 operator-(const QelVec2& o) const { return QelVec3(x - o.x, y - o.y, z); }
+    /// Copies x and y; z is kept.
+    QelVec3& operator=(const QelVec2& o) { x = o.x; y = o.y; return *this; }
+    QelVec3 operator*(const float& s) const { return QelVec3(x * s, y * s, z * s); }
+    QelVec3 operator/(const float& s) const { const float r = 1.0f / s; return QelVec3(x * r, y * r, z * r); }
+    QelVec3& operator*=(const float& s) { x *= s; y *= s; z *= s; return *this; }
+    QelVec3& operator/=(const float& s) { const float r = 1.0f / s; x *= r; y *= r; z *= r; return *this; }
+    /// Cross product, the same as Cross.
+    QelVec3 operator*(const QelVec3& o) const { return Cross(o); }
+
+    bool operator==(const QelVec3& o) const { return x == o.x && y == o.y && z == o.z; }
+    bool operator!=(const QelVec3& o) const { return !(*this == o); }
+    /// Compares lengths only: a longer vector is "greater" whatever its direction.
+    int operator<(const QelVec3& o) const { return MagnitudeSquared() < o.MagnitudeSquared(); }
+    int operator>(const QelVec3& o) const { return MagnitudeSquared() > o.MagnitudeSquared(); }
+
+    float Dot(const QelVec3& o) const { return x * o.x + y * o.y + z * o.z; }
+    QelVec3 Cross(const QelVec3& o) const
+    {
+        return QelVec3(y * o.z - z * o.y, z * o.x - x * o.z, x * o.y - y * o.x);
+    }
+    float MagnitudeSquared() const { return x * x + y * y + z * z; }
+    float Magnitude() const { return std::sqrt(MagnitudeSquared()); }
+    float DistanceToSquared(const QelVec3& o) const { return (*this - o).MagnitudeSquared(); }
+    float DistanceTo(const QelVec3& o) const { return (*this - o).Magnitude(); }
+    /// Scales to unit length; a zero vector stays as it is.
+    void Normalize()
+    {
+        const float fSq = MagnitudeSquared();
+        if (fSq != 0.0f)
+            *this *= 1.0f / std::sqrt(fSq);
+    }
+    QelVec3 NormalizeWithReturn()
+    {
+        Normalize();
+        return *this;
+    }
+    /// Unsigned angle in degrees, 0..180; 0 when either vector has zero length.
+    float AngleTo(const QelVec3& o) const;
+    QelVec3 AbsoluteValue() const { return QelVec3(std::fabs(x), std::fabs(y), std::fabs(z)); }
+    float MaxAxis() const
+    {
+        const float m = x > y ? x : y;
+        return m > z ? m : z;
+    }
+    /// Ties fall to the later component (z before y before x).
+    float MinAxis() const
+    {
+        if (y > x && z > x)
+            return x;
+        if (x > y && z > y)
+            return y;
+        return z;
+    }
+    /// Tolerance 0: exact; otherwise every |difference| < fTolerance.
+    bool Equals(const QelVec3& o, float fTolerance) const
+    {
+        if (fTolerance == 0.0f)
+            return *this == o;
+        return std::fabs(x - o.x) < fTolerance && std::fabs(y - o.y) < fTolerance && std::fabs(z - o.z) < fTolerance;
+    }
+    /// "(X:1, Y:2.5, Z:0)"
+    std::string String() const;
+};
+
+inline constexpr QelVec3 QelVec3::kZero(0.0f, 0.0f, 0.0f);
+inline constexpr QelVec3 QelVec3::kOne(1.0f, 1.0f, 1.0f);
+inline constexpr QelVec3 QelVec3::kUnitX(1.0f, 0.0f, 0.0f);
+inline constexpr QelVec3 QelVec3::kUnitY(0.0f, 1.0f, 0.0f);
+inline constexpr QelVec3 QelVec3::kUnitZ(0.0f, 0.0f, 1.0f);

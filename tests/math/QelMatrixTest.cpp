@@ -1,0 +1,343 @@
+#include "qel/math/QelMatrix3.h"
+#include "qel/math/QelMatrix4.h"
+#include "tests/support/QelTestApp.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <type_traits>
+
+static_assert(offsetof(QelMatrix4, m_fM) == 0 && sizeof(QelMatrix3) == 36,
+              "the elements come first, ready for glLoadMatrixf");
+static_assert(std::is_trivially_copyable<QelMatrix4>::value, "matrices are plain values");
+
+namespace
+{
+void ExpectNear(const QelMatrix4& a, const QelMatrix4& b, float fTol = 1e-5f)
+{
+    for (int i = 0; i < 16; ++i)
+        EXPECT_NEAR(a.m_fM[i], b.m_fM[i], fTol) << "element " << i << "\n" << a.String() << b.String();
+}
+
+QelMatrix4 FromRows(std::initializer_list<float> rows)
+{
+    QelMatrix4 m(false);
+    int i = 0;
+    for (float f : rows)
+    {
+        m.m_fM[(i % 4) * 4 + i / 4] = f;
+        ++i;
+    }
+    return m;
+}
+} // namespace
+
+TEST(QelMatrix4, ConstructionFlagAndLayout)
+{
+    const QelMatrix4 id(true), zero(false);
+    EXPECT_EQ(id.m_fM[0] + id.m_fM[5] + id.m_fM[10] + id.m_fM[15], 4.0f);
+    EXPECT_FALSE(id.IsMathematicallySound());
+    for (float f : zero.m_fM)
+        EXPECT_EQ(f, 0.0f);
+
+    QelMatrix4 m;
+    m.Translate(1, 2, 3);
+    EXPECT_EQ(m.GetTranslation(), QelVec3(1, 2, 3));
+    EXPECT_EQ(m.m_fM[12], 1.0f);
+    m.SetMathematicallySound(true);
+    QelMatrix4 copy(m);
+    EXPECT_TRUE(copy.IsMathematicallySound());
+    copy.MakeIdentity();
+    EXPECT_TRUE(copy.IsMathematicallySound()); // the flag survives
+    EXPECT_EQ(copy, QelMatrix4(true));          // == ignores the flag
+
+    const float f[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+    QelMatrix4 a(f);
+    EXPECT_EQ(a.GetColumn(1), QelVec3(5, 6, 7));
+    a.GetYAxis() = QelVec3(0, 0, 0);
+    EXPECT_EQ(a.m_fM[6], 0.0f);
+    EXPECT_EQ(a.m_fM[7], 8.0f);
+    const float* p = a;
+    EXPECT_EQ(p[15], 16.0f);
+    a.Transpose();
+    EXPECT_EQ(a.m_fM[1], 0.0f);
+    EXPECT_EQ(a.m_fM[4], 2.0f);
+}
+
+TEST(QelMatrix4, ColumnIndexOutOfRangeIsClampedAndReported)
+{
+    QelCapture cap;
+    QelMatrix4 m;
+    m.Translate(4, 5, 6);
+    EXPECT_EQ(m.GetColumn(7), QelVec3(4, 5, 6));
+    EXPECT_EQ(m.GetColumn(-2), QelVec3(1, 0, 0));
+    ASSERT_EQ(cap.Errors(), 2u);
+    EXPECT_EQ(cap.Messages()[0], "<error> QelMatrix4::GetColumn - column 7 does not exist, column 3 used\n");
+}
+
+TEST(QelMatrix4, AffineProductUnlessSound)
+{
+    // Two projection-like matrices with non-trivial bottom rows.
+    const QelMatrix4 a = FromRows({1, 0, 0, 1, 0, 2, 0, 2, 0, 0, 3, 3, 0, 0, -1, 0});
+    const QelMatrix4 b = FromRows({2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 1, 1, 1, 1});
+    const QelMatrix4 affine = a * b;
+    EXPECT_EQ(affine.m_fM[3], 0.0f);
+    EXPECT_EQ(affine.m_fM[7], 0.0f);
+    EXPECT_EQ(affine.m_fM[11], 0.0f);
+    EXPECT_EQ(affine.m_fM[15], 1.0f);
+    EXPECT_EQ(affine.m_fM[0], 3.0f); // row 0 . column 0 = 1*2 + 1*1
+    EXPECT_EQ(affine.m_fM[12], 1.0f);
+
+    QelMatrix4 sound = a;
+    sound.SetMathematicallySound(true);
+    const QelMatrix4 full = sound * b;
+    EXPECT_TRUE(full.IsMathematicallySound());
+    EXPECT_EQ(full.m_fM[3], 0.0f);
+    EXPECT_EQ(full.m_fM[15], 0.0f);
+    EXPECT_EQ(full.m_fM[11], -2.0f);
+    // Only the left operand's flag counts.
+    QelMatrix4 soundB = b;
+    soundB.SetMathematicallySound(true);
+    EXPECT_FALSE((a * soundB).IsMathematicallySound());
+    EXPECT_EQ((a * soundB).m_fM[15], 1.0f);
+
+    QelMatrix4 t = a;
+    t.Transform(b);
+    EXPECT_EQ(t, affine);
+}
+
+TEST(QelMatrix4, VectorProducts)
+{
+    QelMatrix4 m;
+    m.Translate(10, 20, 30);
+    // Flag clear: translation added even though w is 0, and w copied.
+    EXPECT_EQ(m * QelVec4(1, 2, 3, 0), QelVec4(11, 22, 33, 0));
+    EXPECT_EQ(m * QelVec4(1, 2, 3, 5), QelVec4(11, 22, 33, 5));
+    m.SetMathematicallySound(true);
+    EXPECT_EQ(m * QelVec4(1, 2, 3, 0), QelVec4(1, 2, 3, 0));
+    EXPECT_EQ(m * QelVec4(1, 2, 3, 2), QelVec4(21, 42, 63, 2));
+    // A QelVec3 always gets the affine product, without division by w.
+    QelMatrix4 p = FromRows({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0});
+    p.SetMathematicallySound(true);
+    EXPECT_EQ(p * QelVec3(2, 3, 4), QelVec3(2, 3, 4));
+    EXPECT_EQ(p * QelVec4(2, 3, 4, 1), QelVec4(2, 3, 4, 4));
+}
+
+TEST(QelMatrix4, ScaleTranslateRotate)
+{
+    const QelMatrix4 a = FromRows({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0, 0, 0, 1});
+    QelMatrix4 s = a;
+    s.Scale(2, 1, 1); // the first column doubles
+    EXPECT_EQ(s, FromRows({2, 2, 3, 4, 10, 6, 7, 8, 18, 10, 11, 12, 0, 0, 0, 1}));
+    s = a;
+    s.Scale(QelVec3(1, 1, 3));
+    EXPECT_EQ(s.m_fM[8], 9.0f);
+
+    QelMatrix4 r;
+    r.Rotate(QelVec3(0, 0, 1), 90);
+    const QelVec3 v = r * QelVec3(1, 0, 0);
+    EXPECT_NEAR(v.x, 0.0f, 1e-6f);
+    EXPECT_NEAR(v.y, 1.0f, 1e-6f);
+    EXPECT_EQ(v.z, 0.0f);
+    // The unit-axis path leaves the other elements exact.
+    QelMatrix4 rx;
+    rx.Rotate(QelVec4(1, 0, 0, 33));
+    EXPECT_EQ(rx.m_fM[0], 1.0f);
+    EXPECT_EQ(rx.m_fM[1], 0.0f);
+    EXPECT_EQ(rx.m_fM[4], 0.0f);
+    EXPECT_FLOAT_EQ(rx.m_fM[5], std::cos(33 * 0.017453292f));
+    EXPECT_FLOAT_EQ(rx.m_fM[6], std::sin(33 * 0.017453292f));
+    EXPECT_FLOAT_EQ(rx.m_fM[9], -std::sin(33 * 0.017453292f));
+    // Unit axes and the general formula agree.
+    for (const QelVec3& axis : {QelVec3::kUnitX, QelVec3::kUnitY, QelVec3::kUnitZ})
+    {
+        QelMatrix4 fast = a, general = a;
+        fast.Rotate(axis, 47);
+        general.Rotate(axis * -1.0f, -47); // not a unit axis by exact comparison
+        ExpectNear(fast, general);
+    }
+
+    // Composition on the right: the translation applies to the rotated frame.
+    QelMatrix4 c;
+    c.Rotate(QelVec3(0, 0, 1), 90);
+    c.Translate(1, 0, 0);
+    const QelVec3 moved = c.GetTranslation();
+    EXPECT_NEAR(moved.x, 0.0f, 1e-6f);
+    EXPECT_NEAR(moved.y, 1.0f, 1e-6f);
+}
+
+TEST(QelMatrix4, LookAt)
+{
+    QelMatrix4 m;
+    m.LookAt(QelVec3(0, 0, 5), QelVec3(0, 0, 0), QelVec3(0, 1, 0));
+    QelMatrix4 expected;
+    expected.Translate(0, 0, -5);
+    EXPECT_EQ(m, expected);
+
+    // An up vector not perpendicular to the view shortens s: it is deliberately not normalised.
+    QelMatrix4 tilted;
+    tilted.LookAt(QelVec3(0, 0, 5), QelVec3(0, 0, 0), QelVec3(0, 1, 1));
+    const QelVec3 s(tilted.m_fM[0], tilted.m_fM[4], tilted.m_fM[8]);
+    EXPECT_NEAR(s.Magnitude(), std::sqrt(0.5f), 1e-6f);
+    // Coincident viewpoint and target: f stays zero and nothing faults.
+    QelMatrix4 same;
+    same.LookAt(QelVec3(1, 1, 1), QelVec3(1, 1, 1), QelVec3(0, 1, 0));
+    EXPECT_EQ(same.m_fM[0], 0.0f);
+    EXPECT_EQ(same.m_fM[15], 1.0f);
+}
+
+TEST(QelMatrix4, InvertAndDeterminants)
+{
+    QelMatrix4 t;
+    t.Translate(1, 2, 3);
+    ASSERT_TRUE(t.Invert());
+    EXPECT_EQ(t.GetTranslation(), QelVec3(-1, -2, -3));
+
+    QelMatrix4 zeroRow = FromRows({1, 2, 3, 4, 0, 0, 0, 0, 9, 10, 11, 12, 0, 0, 0, 1});
+    const QelMatrix4 before = zeroRow;
+    EXPECT_FALSE(zeroRow.Invert());
+    EXPECT_EQ(zeroRow, before);
+
+    // Singular without a zero row: the zero pivot becomes 1e-20 and the call still succeeds.
+    QelMatrix4 dup = FromRows({1, 2, 3, 0, 2, 4, 6, 0, 0, 0, 1, 0, 0, 0, 0, 1});
+    EXPECT_TRUE(dup.Invert());
+
+    // A pivot in the lower rows.
+    QelMatrix4 perm = FromRows({0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0, 1});
+    QelMatrix4 inv = perm;
+    ASSERT_TRUE(inv.Invert());
+    ExpectNear(inv * perm, QelMatrix4(true), 0.0f);
+
+    const QelMatrix4 g = FromRows({2, 0, 1, 3, 1, 3, 0, -1, 0, 1, 4, 2, 1, 0, 2, 5});
+    EXPECT_NEAR(g.Determinant(), 62.0f, 1e-4f);
+    EXPECT_NEAR(g.Determinant3(), 25.0f, 1e-5f);
+    QelMatrix4 gi = g;
+    ASSERT_TRUE(gi.Invert());
+    QelMatrix4 sound = g;
+    sound.SetMathematicallySound(true);
+    ExpectNear(sound * gi, QelMatrix4(true));
+}
+
+TEST(QelMatrix4, OrthoNormalize)
+{
+    QelMatrix4 m = FromRows({2, 1, 0, 7, 0, 1, 0, 8, 0, 0, 3, 9, 0.5f, 0.5f, 0.5f, 2});
+    m.OrthoNormalize();
+    ExpectNear(m, FromRows({1, 0, 0, 7, 0, 1, 0, 8, 0, 0, 1, 9, 0.5f, 0.5f, 0.5f, 2}));
+    QelMatrix4 z = FromRows({1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1});
+    z.OrthoNormalize(); // column 1 is parallel to column 0 and collapses to zeros
+    EXPECT_EQ(z.GetColumn(1), QelVec3::kZero);
+    EXPECT_EQ(z.GetColumn(2), QelVec3::kZero);
+}
+
+TEST(QelMatrix4, QuaternionAndAxisAngle)
+{
+    QelMatrix4 r;
+    r.Rotate(QelVec3(0, 0, 1), 90);
+    const QelVec4 q = r.ConvertToQuaternion();
+    EXPECT_TRUE(q.Equals(QelVec4(0, 0, std::sqrt(0.5f), std::sqrt(0.5f)), 1e-6f));
+    EXPECT_TRUE(r.ConvertToAxisAngle().Equals(QelVec4(0, 0, 1, 90), 1e-4f));
+
+    // A rotation's trace is 2 + 2cos(angle), so the other branches serve exactly 180 degrees;
+    // each must rebuild the same matrix through Rotate(QelVec4).
+    const QelVec3 n = QelVec3(1, 2, 3).NormalizeWithReturn();
+    const QelVec4 cases[] = {QelVec4(1, 0, 0, 180), QelVec4(0, 1, 0, 180), QelVec4(0, 0, 1, 180),
+                             QelVec4(n.x, n.y, n.z, 180), QelVec4(n.x, n.y, n.z, 30),
+                             QelVec4(n.x, n.y, n.z, 170)};
+    for (const QelVec4& aa : cases)
+    {
+        QelMatrix4 m;
+        m.Rotate(aa);
+        const QelVec4 back = m.ConvertToAxisAngle();
+        EXPECT_LE(back.w, 180.0f);
+        EXPECT_NEAR(back.w, aa.w, 2e-3f) << back.String() << " for " << aa.String();
+        QelMatrix4 rebuilt;
+        rebuilt.Rotate(back);
+        ExpectNear(rebuilt, m);
+    }
+
+    // Beyond 180 degrees the equivalent rotation about the opposite axis comes back, angle <= 180.
+    QelMatrix4 big;
+    big.Rotate(QelVec3(0, 1, 0), 270);
+    const QelVec4 aa = big.ConvertToAxisAngle();
+    EXPECT_TRUE(aa.Equals(QelVec4(0, -1, 0, 90), 1e-3f)) << aa.String();
+    QelMatrix4 rebuilt;
+    rebuilt.Rotate(aa);
+    ExpectNear(rebuilt, big);
+    // A branch whose quaternion comes out with w < 0 (just past a half turn about +X) is folded
+    // onto the negated quaternion: an angle just under 180 about -X.
+    QelMatrix4 past = FromRows({1, 0, 0, 0, 0, -1, 0.1f, 0, 0, -0.1f, -1, 0, 0, 0, 0, 1});
+    const QelVec4 folded = past.ConvertToAxisAngle();
+    EXPECT_LT(folded.x, 0.0f);
+    EXPECT_GT(folded.w, 170.0f);
+    EXPECT_LT(folded.w, 180.0f);
+
+    // No rotation: a zero axis (the root is below the threshold) and angle 0.
+    const QelVec4 none = QelMatrix4(true).ConvertToAxisAngle();
+    EXPECT_EQ(none, QelVec4(0, 0, 0, 0));
+}
+
+TEST(QelMatrix4, TextForm)
+{
+    QelMatrix4 m;
+    m.Translate(1, 2.5f, -3);
+    EXPECT_EQ(m.String(), "{ (X:1, Y:0, Z:0, W:1),\n"
+                          "  (X:0, Y:1, Z:0, W:2.5),\n"
+                          "  (X:0, Y:0, Z:1, W:-3),\n"
+                          "  (X:0, Y:0, Z:0, W:1) }\n");
+    const float f[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    EXPECT_EQ(QelMatrix3(f).String(), "{ (X:1, Y:4, Z:7),\n  (X:2, Y:5, Z:8),\n  (X:3, Y:6, Z:9) }\n");
+}
+
+TEST(QelMatrix3, ScaleRowsRotateAndInvert)
+{
+    const float f[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9}; // columns
+    QelMatrix3 m(f);
+    m.Scale(2, 1, 1); // the first row doubles, unlike QelMatrix4
+    const float g[9] = {2, 2, 3, 8, 5, 6, 14, 8, 9};
+    EXPECT_EQ(m, QelMatrix3(g));
+
+    QelMatrix3 r;
+    r.RotateZ(90);
+    const QelVec3 v = r * QelVec3(1, 0, 0);
+    EXPECT_NEAR(v.x, 0, 1e-6f);
+    EXPECT_NEAR(v.y, 1, 1e-6f);
+    const QelVec2 v2 = r * QelVec2(0, 1);
+    EXPECT_NEAR(v2.x, -1, 1e-6f);
+    for (int axis = 0; axis < 3; ++axis)
+    {
+        QelMatrix3 a, b;
+        const QelVec3 u = axis == 0 ? QelVec3::kUnitX : axis == 1 ? QelVec3::kUnitY : QelVec3::kUnitZ;
+        if (axis == 0)
+            a.RotateX(37);
+        else if (axis == 1)
+            a.RotateY(37);
+        else
+            a.RotateZ(37);
+        b.Rotate(u, 37);
+        for (int i = 0; i < 9; ++i)
+            EXPECT_NEAR(a.m_fM[i], b.m_fM[i], 1e-6f) << axis << " " << i;
+    }
+    QelMatrix3 rx;
+    rx.RotateX(90); // (0, 1, 0) turns to (0, 0, 1)
+    EXPECT_NEAR((rx * QelVec3(0, 1, 0)).z, 1.0f, 1e-6f);
+
+    const float h[9] = {2, 0, 1, 1, 3, 0, 0, 1, 4};
+    QelMatrix3 hi(h);
+    EXPECT_NEAR(hi.Determinant(), 25.0f, 1e-5f);
+    ASSERT_TRUE(hi.Invert());
+    const QelMatrix3 prod = QelMatrix3(h) * hi;
+    for (int i = 0; i < 9; ++i)
+        EXPECT_NEAR(prod.m_fM[i], (i % 4 == 0) ? 1.0f : 0.0f, 1e-6f);
+    const float zero[9] = {1, 0, 3, 2, 0, 4, 5, 0, 6}; // row 1 is zero
+    QelMatrix3 z(zero);
+    EXPECT_FALSE(z.Invert());
+    EXPECT_EQ(z, QelMatrix3(zero));
+
+    QelMatrix3 t(f);
+    t.Transpose();
+    EXPECT_EQ(t.m_fM[1], 4.0f);
+    QelMatrix3 o(f);
+    o.OrthoNormalize();
+    EXPECT_NEAR(QelVec3(o.m_fM).Magnitude(), 1.0f, 1e-6f);
+    EXPECT_NEAR(QelVec3(o.m_fM).Dot(QelVec3(o.m_fM + 3)), 0.0f, 1e-6f);
+}
