@@ -6,6 +6,7 @@
 #include "qel/platform/QelExport.h"
 
 #include <cmath>
+#include <cstring>
 #include <string>
 
 /// 4 x 4 float matrix laid out as OpenGL takes it: column-major (element (r, c) at index 4c + r,
@@ -82,20 +83,16 @@ public:
     /// Multiplies columns 0, 1, 2 by the factors: this = this * S, as glScale does.
     void Scale(float fX, float fY, float fZ)
     {
-        for (int i = 0; i < 4; ++i)
-        {
-            m_fM[i] *= fX;
-            m_fM[4 + i] *= fY;
-            m_fM[8 + i] *= fZ;
-        }
+        SetCol(0, Col(0) * fX);
+        SetCol(1, Col(1) * fY);
+        SetCol(2, Col(2) * fZ);
     }
     void Scale(const QelVec3& v) { Scale(v.x, v.y, v.z); }
 
     /// this = this * T.
     void Translate(float fX, float fY, float fZ)
     {
-        for (int i = 0; i < 4; ++i)
-            m_fM[12 + i] += m_fM[i] * fX + m_fM[4 + i] * fY + m_fM[8 + i] * fZ;
+        SetCol(3, Col(0) * fX + Col(1) * fY + Col(2) * fZ + Col(3));
         KeepAffine();
     }
     void Translate(const QelVec3& v) { Translate(v.x, v.y, v.z); }
@@ -120,12 +117,9 @@ public:
             const float r[9] = {x * x * t + c,     x * y * t + z * s, x * z * t - y * s,
                                 x * y * t - z * s, y * y * t + c,     y * z * t + x * s,
                                 x * z * t + y * s, y * z * t - x * s, z * z * t + c};
-            float fOut[12];
+            const Lanes c0 = Col(0), c1 = Col(1), c2 = Col(2);
             for (int col = 0; col < 3; ++col)
-                for (int i = 0; i < 4; ++i)
-                    fOut[4 * col + i] = m_fM[i] * r[3 * col] + m_fM[4 + i] * r[3 * col + 1] + m_fM[8 + i] * r[3 * col + 2];
-            for (int i = 0; i < 12; ++i)
-                m_fM[i] = fOut[i];
+                SetCol(col, c0 * r[3 * col] + c1 * r[3 * col + 1] + c2 * r[3 * col + 2]);
         }
         KeepAffine();
     }
@@ -195,11 +189,13 @@ public:
     /// affine through long chains, and only projection work sets the flag.
     QelMatrix4 operator*(const QelMatrix4& b) const
     {
+        const Lanes a0 = Col(0), a1 = Col(1), a2 = Col(2), a3 = Col(3);
         QelMatrix4 r(NoInit{});
         for (int c = 0; c < 4; ++c)
-            for (int i = 0; i < 4; ++i)
-                r.m_fM[4 * c + i] = m_fM[i] * b.m_fM[4 * c] + m_fM[4 + i] * b.m_fM[4 * c + 1] +
-                                    m_fM[8 + i] * b.m_fM[4 * c + 2] + m_fM[12 + i] * b.m_fM[4 * c + 3];
+        {
+            const float* pb = b.m_fM + 4 * c;
+            r.SetCol(c, a0 * pb[0] + a1 * pb[1] + a2 * pb[2] + a3 * pb[3]);
+        }
         r.m_bMathematicallySound = m_bMathematicallySound;
         r.KeepAffine();
         return r;
@@ -208,21 +204,17 @@ public:
     /// copied, whatever v.w holds.
     QelVec4 operator*(const QelVec4& v) const
     {
-        const float* m = m_fM;
-        if (m_bMathematicallySound)
-            return QelVec4(m[0] * v.x + m[4] * v.y + m[8] * v.z + m[12] * v.w,
-                           m[1] * v.x + m[5] * v.y + m[9] * v.z + m[13] * v.w,
-                           m[2] * v.x + m[6] * v.y + m[10] * v.z + m[14] * v.w,
-                           m[3] * v.x + m[7] * v.y + m[11] * v.z + m[15] * v.w);
-        return QelVec4(m[0] * v.x + m[4] * v.y + m[8] * v.z + m[12], m[1] * v.x + m[5] * v.y + m[9] * v.z + m[13],
-                       m[2] * v.x + m[6] * v.y + m[10] * v.z + m[14], v.w);
+        const bool bSound = m_bMathematicallySound;
+        Lanes o = Col(0) * v.x + Col(1) * v.y + Col(2) * v.z + Col(3) * (bSound ? v.w : 1.0f);
+        if (!bSound)
+            o[3] = v.w;
+        return QelVec4(o[0], o[1], o[2], o[3]);
     }
     /// Always affine: rotation part times v plus the translation, no division by w.
     QelVec3 operator*(const QelVec3& v) const
     {
-        const float* m = m_fM;
-        return QelVec3(m[0] * v.x + m[4] * v.y + m[8] * v.z + m[12], m[1] * v.x + m[5] * v.y + m[9] * v.z + m[13],
-                       m[2] * v.x + m[6] * v.y + m[10] * v.z + m[14]);
+        const Lanes o = Col(0) * v.x + Col(1) * v.y + Col(2) * v.z + Col(3);
+        return QelVec3(o[0], o[1], o[2]);
     }
     /// Compares the sixteen elements exactly (not the flag).
     bool operator==(const QelMatrix4& o) const
@@ -241,6 +233,28 @@ private:
     struct NoInit
     {
     };
+    /// One column as four lanes. With GCC and Clang a vector type, so that column arithmetic
+    /// becomes packed SSE operations in callers' loops; plain floats elsewhere.
+#if defined(__GNUC__)
+    typedef float Lanes __attribute__((vector_size(16)));
+#else
+    struct Lanes
+    {
+        float v[4];
+        float& operator[](int i) { return v[i]; }
+        float operator[](int i) const { return v[i]; }
+        Lanes operator*(float s) const { return Lanes{{v[0] * s, v[1] * s, v[2] * s, v[3] * s}}; }
+        Lanes operator+(const Lanes& o) const { return Lanes{{v[0] + o.v[0], v[1] + o.v[1], v[2] + o.v[2], v[3] + o.v[3]}}; }
+        Lanes operator-(const Lanes& o) const { return Lanes{{v[0] - o.v[0], v[1] - o.v[1], v[2] - o.v[2], v[3] - o.v[3]}}; }
+    };
+#endif
+    Lanes Col(int c) const
+    {
+        Lanes l;
+        std::memcpy(&l, m_fM + 4 * c, sizeof(l));
+        return l;
+    }
+    void SetCol(int c, const Lanes& l) { std::memcpy(m_fM + 4 * c, &l, sizeof(l)); }
     explicit QelMatrix4(NoInit) {}
 
     void KeepAffine()
@@ -254,12 +268,9 @@ private:
     /// Columns a and b turned by (c, s) in their plane: the four-element rotation about a unit axis.
     void Combine(int a, int b, float c, float s)
     {
-        for (int i = 0; i < 4; ++i)
-        {
-            const float fA = m_fM[4 * a + i], fB = m_fM[4 * b + i];
-            m_fM[4 * a + i] = fA * c + fB * s;
-            m_fM[4 * b + i] = fB * c - fA * s;
-        }
+        const Lanes fA = Col(a), fB = Col(b);
+        SetCol(a, fA * c + fB * s);
+        SetCol(b, fB * c - fA * s);
     }
     static int BadColumn(int nColumn);
 };

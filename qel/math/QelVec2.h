@@ -49,9 +49,10 @@ public:
     /// Scales to unit length; a zero vector stays as it is.
     void Normalize()
     {
+        // A select rather than a branch: the result then stays in registers in callers' loops.
         const float fSq = MagnitudeSquared();
-        if (fSq != 0.0f)
-            *this *= 1.0f / std::sqrt(fSq);
+        const float fScale = fSq != 0.0f ? 1.0f / std::sqrt(fSq) : 1.0f;
+        *this *= fScale;
     }
     /// Unsigned angle in degrees, 0..180; 0 when either vector has zero length.
     float AngleTo(const QelVec2& o) const;

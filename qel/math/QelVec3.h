@@ -66,9 +66,10 @@ public:
     /// Scales to unit length; a zero vector stays as it is.
     void Normalize()
     {
+        // A select rather than a branch: the result then stays in registers in callers' loops.
         const float fSq = MagnitudeSquared();
-        if (fSq != 0.0f)
-            *this *= 1.0f / std::sqrt(fSq);
+        const float fScale = fSq != 0.0f ? 1.0f / std::sqrt(fSq) : 1.0f;
+        *this *= fScale;
     }
     QelVec3 NormalizeWithReturn()
     {
