@@ -15,6 +15,9 @@
 // framework
 #include "qel/framework/QelBase.h"
 #include "qel/framework/QelObjectMessage.h"
+#include "qel/framework/QelPlugin.h"
+#include "qel/framework/QelPluginAttributes.h"
+#include "qel/framework/QelSandboxIcon.h"
 #include "qel/framework/QelSysApp.h"
 
 // math
@@ -37,6 +40,11 @@
 
 // properties
 #include "qel/properties/QelDataType.h"
+#include "qel/properties/QelInterpColorProperty.h"
+#include "qel/properties/QelMultiProperty.h"
+#include "qel/properties/QelProperty.h"
+#include "qel/properties/QelPropertyContainer.h"
+#include "qel/properties/QelPropertyHistory.h"
 #include "qel/properties/QelVariant.h"
 
 // xml

@@ -56,7 +56,13 @@ public:
     }
     QelVariant& operator=(const QelVariant& other)
     {
-        Assign(other);
+        if (!IsStringType(m_eType) && !IsStringType(other.m_eType))
+        {
+            m_eType = other.m_eType;
+            m_pValue = other.m_pValue;
+        }
+        else
+            Assign(other);
         return *this;
     }
     QelVariant& operator=(QelVariant&& other) noexcept

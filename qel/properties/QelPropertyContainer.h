@@ -1,0 +1,149 @@
+#pragma once
+
+#include "qel/framework/QelPlugin.h"
+#include "qel/platform/QelExport.h"
+#include "qel/platform/QelGuid.h"
+#include "qel/platform/QelTypes.h"
+#include "qel/properties/QelDataType.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+class QelProperty;
+class QelInterpColorProperty;
+class QelMultiProperty;
+
+/// Owner of a set of named properties: creates and adopts them, finds them by name or identifier,
+/// keeps their order, relays their changes (dirty bits, recalculation, histories, button presses)
+/// and offers the hooks by which a derived object describes them to a property bar.
+class QEL_EXPORT QelPropertyContainer : public QelPlugin
+{
+public:
+    /// What happened to a connection between properties.
+    enum EConnectionEvent
+    {
+        eConnectionMade = 0,
+        eConnectionBroken = 1
+    };
+
+    /// A connection kept for the container: the feeding object and property.
+    struct SConnectionRecord
+    {
+        GUID m_guidSourceObject;
+        std::string m_strSourceProperty;
+        std::string m_strTargetProperty;
+    };
+
+    QelPropertyContainer();
+    explicit QelPropertyContainer(const QelPluginAttributes& cAttributes);
+    /// Copies the plug-in part and the flags, and makes copies of every property (same names, order,
+    /// values, clamps, enumerations; interpolated colors and multi-properties keep their structure).
+    QelPropertyContainer(const QelPropertyContainer& other);
+    /// Replaces the own properties by copies of the other's; the own name stays as QelBase sets it.
+    QelPropertyContainer& operator=(const QelPropertyContainer& other);
+    /// Marks itself being destroyed first, so that its properties stop calling back, then frees them.
+    ~QelPropertyContainer() override;
+
+    ECategories GetCategory() const override { return eCategoryContainerObject; }
+
+    // Creating and adopting
+    /// A QelInterpColorProperty for eDataInterpColor, else a QelProperty; null when the add is refused.
+    QelProperty* CreateProperty(const std::string& strName, QelDataType eType, bool bAutoSave = true);
+    /// Adds under the property's current name at the end of the list and adopts it.
+    virtual bool AddProperty(QelProperty* pProperty);
+    /// Removes and destroys the property; every link to it (interpolated colors, groups, the
+    /// independent property, holders) is dropped first.
+    virtual void DeleteProperty(QelProperty* pProperty);
+    /// A group property without children yet (add them with QelMultiProperty::AddChild).
+    QelMultiProperty* CreateMultiProperty(const std::string& strName, QelDataType eType, bool bAutoSave = true);
+    /// A group with one child per name, named "Group:Child" and of the matching type. Null when
+    /// the lists differ in length or any name is taken (nothing is left behind then).
+    QelMultiProperty* CreateMultiPropertyGroup(const std::string& strName, const std::vector<std::string>& vecNames,
+                                               const std::vector<QelDataType>& vecTypes, bool bAutoSave = true);
+
+    // Finding and ordering
+    QelProperty* GetProperty(const std::string& strName) const;
+    QelProperty* GetProperty(GUID guid) const;
+    int GetPropertyCount() const { return int(m_vecProperties.size()); }
+    /// All properties in list order; with bVisibleOnly only those IsPropertyVisible accepts.
+    void GetProperties(std::vector<QelProperty*>& vecOut, bool bVisibleOnly) const;
+    /// Moves the property to a position 0..count-1 of the list.
+    bool SetPropertyIndex(QelProperty* pProperty, int nIndex);
+    /// Re-keys the name map; refuses (false, with a warning) a name another property has.
+    bool PropertyNameChanged(QelProperty* pProperty, const std::string& strNewName);
+    /// Always stores p; true only when p is null or one of this container's properties (deliberate).
+    bool SetIndependentProperty(QelProperty* pProperty);
+    QelProperty* GetIndependentProperty() const { return m_pIndependentProperty; }
+
+    // Change relay
+    /// Bit 0 a value changed, bit 1 a history changed, bit 2 a button was pressed; handled in that order.
+    void PropagateDirtyBit(unsigned short nBits, QelProperty* pProperty);
+    /// Recomputes changed interpolated colors, then runs Calculate; does not re-enter itself.
+    void InvokeCalculate();
+    void SetDirtyBit(bool bDirty);
+    bool IsDirty() const { return (m_nFlags & kFlagDirty) != 0; }
+    bool CalculateFunctionIsActive() const { return (m_nFlags & kFlagCalculating) != 0; }
+    void SetAnyHistoryHasChanged(bool bChanged);
+    bool HasAnyHistoryChanged() const { return (m_nFlags & kFlagHistoryChanged) != 0; }
+    void SetAutoComputedHistory(bool bAuto);
+    bool HasAutoComputedHistory() const { return (m_nFlags & kFlagAutoHistory) != 0; }
+    bool IsBeingDestroyed() const { return (m_nFlags & kFlagDestroying) != 0; }
+
+    // Hooks for derived classes
+    /// "Object pointer to this object" for "Reserved:This", else empty.
+    virtual std::string GetPropertyDescription(const QelProperty* pProperty);
+    virtual std::string GetPropertyFilenameFilter(QelProperty* pProperty);
+    virtual bool IsPropertyButton(QelProperty* pProperty) const;
+    virtual bool IsPropertyVisibleInBarByDefault(QelProperty* pProperty) const;
+    virtual bool IsPropertyVisible(QelProperty* pProperty) const;
+    virtual bool IsHistoryManuallyDerived(QelProperty* pProperty) const;
+    virtual bool IsPropertySpecialEdited(QelProperty* pProperty) const;
+    /// Opaque black.
+    virtual QelPackedColor GetPropertyBarTextColor(QelProperty* pProperty) const;
+    virtual std::string GetPropertyBarPostScript(QelProperty* pProperty);
+    virtual bool WillAcceptConnection(QelProperty* pFrom, QelProperty* pTo);
+    virtual bool ManuallyDeriveHistory(QelProperty* pProperty, int nIndex);
+    virtual void ButtonPressed(QelProperty* pProperty);
+    /// The object's own recalculation, run by InvokeCalculate when a read finds the container dirty.
+    virtual void Calculate();
+    virtual void PropertySpecialEdit(QelProperty* pProperty);
+    virtual void UpdatePropertyEnumerations(QelProperty* pProperty);
+    /// Releases what the container holds, then marks it deleted.
+    void OnDelete() override;
+    /// Drops every link to an object being deleted (an independent property of another container).
+    void OnObjectDeletion(QelBase* pDeleted) override;
+
+protected:
+    virtual void ConnectionChanged(EConnectionEvent eEvent, QelProperty* pProperty);
+    /// Spreads a change to dependent nodes; nothing in this class (nodes override).
+    virtual void PropagateDirtyBitToNodes(unsigned short nBits, QelProperty* pProperty);
+    /// Feeds pTarget from pSource (type check, conversion, enumeration clamp) and announces it.
+    bool UpdateProperty(QelProperty* pTarget, QelProperty* pSource);
+
+    std::map<std::string, SConnectionRecord> m_mapConnections;
+
+private:
+    static constexpr unsigned char kFlagDirty = 0x01;
+    static constexpr unsigned char kFlagCalculating = 0x02;
+    static constexpr unsigned char kFlagAutoHistory = 0x04;
+    static constexpr unsigned char kFlagDestroying = 0x08;
+    static constexpr unsigned char kFlagHistoryChanged = 0x10;
+
+    void CopyPropertiesFrom(const QelPropertyContainer& other);
+    void DeleteAllProperties();
+    /// Drops every pointer to pProperty kept in this container's records.
+    void Unlink(QelProperty* pProperty);
+    /// Unlinks, tells the holders, and frees one property already out of the map and list.
+    void DestroyProperty(QelProperty* pProperty);
+    bool Owns(const QelProperty* pProperty) const;
+
+    std::map<std::string, QelProperty*> m_mapProperties;
+    std::vector<QelProperty*> m_vecProperties;
+    QelProperty* m_pIndependentProperty = nullptr;
+    unsigned char m_nFlags = kFlagAutoHistory;
+    /// The interpolated colors and groups among the properties, kept apart so that the relay and
+    /// InvokeCalculate do not walk every property.
+    std::vector<QelInterpColorProperty*> m_vecInterpColors;
+    std::vector<QelMultiProperty*> m_vecMultiProperties;
+};
