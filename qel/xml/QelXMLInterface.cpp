@@ -13,6 +13,36 @@
 
 namespace
 {
+/// libxml2 copies sub-trees recursively; deeper ones than this would exhaust the stack. Parsed
+/// documents stop at a few hundred levels, so only trees built by hand come near it.
+const unsigned int kMaxCopyDepth = 4096;
+
+/// True when the sub-tree below pTop nests deeper than nLimit levels; walks without recursion.
+bool IsDeeperThan(const xmlNode* pTop, unsigned int nLimit)
+{
+    unsigned int nDepth = 0;
+    const xmlNode* p = pTop;
+    while (p)
+    {
+        if (p->children && p->type == XML_ELEMENT_NODE)
+        {
+            if (++nDepth > nLimit)
+                return true;
+            p = p->children;
+            continue;
+        }
+        while (p != pTop && !p->next)
+        {
+            p = p->parent;
+            --nDepth;
+        }
+        if (p == pTop)
+            break;
+        p = p->next;
+    }
+    return false;
+}
+
 /// Encoded blocks must stay addressable by an int: a size whose fourfold reaches this is refused.
 const unsigned long long kMaxEncodedLength = 2147483647ull;
 
@@ -255,6 +285,12 @@ bool QelXMLInterface::CopyNode(QelXMLInterface* pSource)
 {
     if (!m_pDef || !m_pDef->m_pCurrentNode || !pSource || !pSource->m_pDef || !pSource->m_pDef->m_pCurrentNode)
         return false;
+    if (IsDeeperThan(pSource->m_pDef->m_pCurrentNode, kMaxCopyDepth))
+    {
+        QelSysApp::App().PrintToConsole("<error> QelXMLInterface - a node nested deeper than %u levels is not copied\n",
+                                        kMaxCopyDepth);
+        return false;
+    }
     xmlNode* pCopy = xmlDocCopyNode(pSource->m_pDef->m_pCurrentNode, m_pDef->m_pDocument, 1);
     if (!pCopy)
         return false;

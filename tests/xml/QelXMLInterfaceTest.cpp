@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace
@@ -473,4 +474,31 @@ TEST(QelXMLInterface, ContentSubstitutesEntities)
     EXPECT_EQ(d.m.GetNodeContent(), "hello world!");
     ASSERT_TRUE(d.m.MoveToChildNode("x"));
     EXPECT_EQ(d.m.GetNodeContent(), "");
+}
+
+TEST(QelXMLInterface, HandBuiltDeepTreesSaveButAreNotCopied)
+{
+    QelCapture cap;
+    QelMasterXMLInterface x;
+    x.NewData("r", "");
+    for (int i = 0; i < 50000; ++i)
+        ASSERT_TRUE(x.AddAndMoveToChildNode("d"));
+    EXPECT_EQ(x.SaveDataToString(), "<d/>");
+    x.MoveToRootNode();
+    EXPECT_GT(x.SaveDataToString().size(), 50000u * 7);
+    unsigned int nSize = 0;
+    std::unique_ptr<char[]> pBlock(x.SaveDataToMemory(nSize, true));
+    EXPECT_TRUE(pBlock);
+    // Copying recurses in libxml2: a tree this deep is refused instead of exhausting the stack.
+    QelMasterXMLInterface y;
+    y.NewData("c", "");
+    EXPECT_FALSE(y.CopyNode(&x));
+    EXPECT_EQ(cap.Errors(), 1u);
+    EXPECT_EQ(y.GetNumChildNodes(), 0u);
+    // Four thousand levels still copy.
+    x.NewData("r", "");
+    for (int i = 0; i < 4000; ++i)
+        x.AddAndMoveToChildNode("d");
+    x.MoveToRootNode();
+    EXPECT_TRUE(y.CopyNode(&x));
 }
