@@ -9,6 +9,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <new>
 
 namespace
@@ -51,20 +53,24 @@ bool IsElement(const xmlNode* p)
     return p && p->type == XML_ELEMENT_NODE;
 }
 
-bool EqualsTrue(const std::string& str)
+/// Owns a libxml2 string for the length of a read.
+class XmlText
 {
-    static const char kTrue[] = "true";
-    if (str.size() != 4)
-        return false;
-    for (size_t i = 0; i < 4; ++i)
-    {
-        char c = str[i];
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-        if (c != kTrue[i])
-            return false;
-    }
-    return true;
+public:
+    explicit XmlText(xmlChar* p) : m_p(p) {}
+    ~XmlText() { xmlFree(m_p); }
+    XmlText(const XmlText&) = delete;
+    XmlText& operator=(const XmlText&) = delete;
+    explicit operator bool() const { return m_p != nullptr; }
+    const char* c_str() const { return reinterpret_cast<const char*>(m_p); }
+
+private:
+    xmlChar* m_p;
+};
+
+bool EqualsTrue(const char* p)
+{
+    return xmlStrcasecmp(reinterpret_cast<const xmlChar*>(p), reinterpret_cast<const xmlChar*>("true")) == 0;
 }
 
 std::string NodeName(const xmlNode* p)
@@ -332,128 +338,104 @@ std::string QelXMLInterface::GetNodeContent() const
 
 bool QelXMLInterface::ReadBool(const std::string& strName, bool bDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadChildText(strName, str))
-        return bDefault;
-    return EqualsTrue(str);
+    XmlText text(m_pDef ? m_pDef->TakeChildText(strName) : nullptr);
+    return text ? EqualsTrue(text.c_str()) : bDefault;
 }
 
 int QelXMLInterface::ReadInt(const std::string& strName, int nDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadChildText(strName, str))
-        return nDefault;
-    return std::atoi(str.c_str());
+    XmlText text(m_pDef ? m_pDef->TakeChildText(strName) : nullptr);
+    return text ? std::atoi(text.c_str()) : nDefault;
 }
 
 char QelXMLInterface::ReadChar(const std::string& strName, char cDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadChildText(strName, str))
-        return cDefault;
-    return str.c_str()[0];
+    XmlText text(m_pDef ? m_pDef->TakeChildText(strName) : nullptr);
+    return text ? text.c_str()[0] : cDefault;
 }
 
 float QelXMLInterface::ReadFloat(const std::string& strName, float fDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadChildText(strName, str))
-        return fDefault;
-    return static_cast<float>(std::atof(str.c_str()));
+    XmlText text(m_pDef ? m_pDef->TakeChildText(strName) : nullptr);
+    return text ? static_cast<float>(std::atof(text.c_str())) : fDefault;
 }
 
 double QelXMLInterface::ReadDouble(const std::string& strName, double fDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadChildText(strName, str))
-        return fDefault;
-    return std::atof(str.c_str());
+    XmlText text(m_pDef ? m_pDef->TakeChildText(strName) : nullptr);
+    return text ? std::atof(text.c_str()) : fDefault;
 }
 
 std::string QelXMLInterface::ReadString(const std::string& strName, const std::string& strDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadChildText(strName, str))
-        return strDefault;
-    return str;
+    XmlText text(m_pDef ? m_pDef->TakeChildText(strName) : nullptr);
+    return text ? std::string(text.c_str()) : strDefault;
 }
 
 bool QelXMLInterface::ReadData(const std::string& strName, char* pBuffer, unsigned int nSize) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadChildText(strName, str))
+    XmlText text(m_pDef ? m_pDef->TakeChildText(strName) : nullptr);
+    if (!text)
         return false;
+    size_t nLength = std::strlen(text.c_str());
     // Deliberately compared with the length of the encoded text, not of the decoded data: a size
     // between the two succeeds with zeros at the end, and callers rely on it.
-    if (str.size() < nSize)
+    if (nLength < nSize)
         return false;
     if (nSize == 0)
         return true;
     if (!pBuffer)
         return false;
-    std::vector<unsigned char> vecScratch;
-    try
-    {
-        vecScratch.assign(str.size(), 0);
-    }
-    catch (const std::bad_alloc&)
-    {
+    std::unique_ptr<unsigned char[]> pScratch(new (std::nothrow) unsigned char[nLength]());
+    if (!pScratch)
         return false;
-    }
-    QelXMLDecodeBase64(str.data(), str.size(), vecScratch.data());
-    std::copy(vecScratch.begin(), vecScratch.begin() + nSize, reinterpret_cast<unsigned char*>(pBuffer));
+    QelXMLDecodeBase64(text.c_str(), nLength, pScratch.get());
+    std::memcpy(pBuffer, pScratch.get(), nSize);
     return true;
 }
 
 bool QelXMLInterface::ReadData(const std::string& strName, std::vector<char>& vecOut) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadChildText(strName, str))
+    XmlText text(m_pDef ? m_pDef->TakeChildText(strName) : nullptr);
+    if (!text)
         return false;
+    size_t nLength = std::strlen(text.c_str());
     // Deliberately left as long as the encoded text; callers know the real length of their data.
     try
     {
-        vecOut.resize(str.size(), 0);
+        vecOut.resize(nLength, 0);
     }
-    catch (const std::bad_alloc&)
+    catch (const std::exception&)
     {
         return false;
     }
-    if (!str.empty())
-        QelXMLDecodeBase64(str.data(), str.size(), reinterpret_cast<unsigned char*>(vecOut.data()));
+    if (nLength > 0)
+        QelXMLDecodeBase64(text.c_str(), nLength, reinterpret_cast<unsigned char*>(vecOut.data()));
     return true;
 }
 
 std::string QelXMLInterface::ReadStringAttribute(const std::string& strName, const std::string& strDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadAttribute(strName, str))
-        return strDefault;
-    return str;
+    XmlText text(m_pDef ? m_pDef->TakeAttribute(strName) : nullptr);
+    return text ? std::string(text.c_str()) : strDefault;
 }
 
 float QelXMLInterface::ReadFloatAttribute(const std::string& strName, const float& fDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadAttribute(strName, str))
-        return fDefault;
-    return static_cast<float>(std::atof(str.c_str()));
+    XmlText text(m_pDef ? m_pDef->TakeAttribute(strName) : nullptr);
+    return text ? static_cast<float>(std::atof(text.c_str())) : fDefault;
 }
 
 int QelXMLInterface::ReadIntAttribute(const std::string& strName, const int& nDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadAttribute(strName, str))
-        return nDefault;
-    return std::atoi(str.c_str());
+    XmlText text(m_pDef ? m_pDef->TakeAttribute(strName) : nullptr);
+    return text ? std::atoi(text.c_str()) : nDefault;
 }
 
 bool QelXMLInterface::ReadBoolAttribute(const std::string& strName, const bool& bDefault) const
 {
-    std::string str;
-    if (!m_pDef || !m_pDef->ReadAttribute(strName, str))
-        return bDefault;
-    return EqualsTrue(str);
+    XmlText text(m_pDef ? m_pDef->TakeAttribute(strName) : nullptr);
+    return text ? EqualsTrue(text.c_str()) : bDefault;
 }
 
 bool QelXMLInterface::WriteBool(const std::string& strName, bool bValue)

@@ -37,15 +37,6 @@ bool NameIs(const xmlChar* pName, const char* pWanted)
     return pName && std::strcmp(reinterpret_cast<const char*>(pName), pWanted) == 0;
 }
 
-/// Takes over a libxml2 string: copies it out and frees it.
-bool TakeXmlString(xmlChar* pText, std::string& strOut)
-{
-    if (!pText)
-        return false;
-    strOut.assign(reinterpret_cast<const char*>(pText));
-    xmlFree(pText);
-    return true;
-}
 } // namespace
 
 QelXMLInterfaceDef::QelXMLInterfaceDef(QelXMLInterface* pOwner) : m_pOwner(pOwner)
@@ -116,40 +107,35 @@ xmlNode* QelXMLInterfaceDef::FindChild(const std::string& strName) const
     return nullptr;
 }
 
-bool QelXMLInterfaceDef::ReadChildText(const std::string& strName, std::string& strText) const
+xmlChar* QelXMLInterfaceDef::TakeChildText(const std::string& strName) const
 {
     xmlNode* pChild = FindChild(strName);
     if (!pChild || !pChild->children)
-        return false;
-    return TakeXmlString(xmlNodeListGetString(m_pDocument, pChild->children, 1), strText);
+        return nullptr;
+    return xmlNodeListGetString(m_pDocument, pChild->children, 1);
 }
 
-bool QelXMLInterfaceDef::ReadAttribute(const std::string& strName, std::string& strValue) const
+xmlChar* QelXMLInterfaceDef::TakeAttribute(const std::string& strName) const
 {
     if (!IsValid())
-        return false;
+        return nullptr;
     size_t nColon = strName.rfind(':');
     if (nColon == std::string::npos)
-        return TakeXmlString(xmlGetProp(m_pCurrentNode, reinterpret_cast<const xmlChar*>(strName.c_str())),
-                             strValue);
+        return xmlGetProp(m_pCurrentNode, reinterpret_cast<const xmlChar*>(strName.c_str()));
     if (m_pCurrentNode->type != XML_ELEMENT_NODE)
-        return false;
+        return nullptr;
     std::string strPrefix = strName.substr(0, nColon);
     std::string strLocal = strName.substr(nColon + 1);
     for (xmlAttr* pAttr = m_pCurrentNode->properties; pAttr; pAttr = pAttr->next)
     {
         if (NameIs(pAttr->name, strLocal.c_str()) && PrefixMatches(pAttr->ns, strPrefix))
         {
+            // An attribute without children holds the empty value.
             xmlChar* pValue = xmlNodeListGetString(m_pDocument, pAttr->children, 1);
-            if (!pValue)
-            {
-                strValue.clear(); // an attribute without children holds the empty value
-                return true;
-            }
-            return TakeXmlString(pValue, strValue);
+            return pValue ? pValue : xmlStrdup(reinterpret_cast<const xmlChar*>(""));
         }
     }
-    return false;
+    return nullptr;
 }
 
 bool QelXMLInterfaceDef::WriteChildText(const std::string& strName, const char* pText, bool bEscape)

@@ -30,10 +30,12 @@ public:
     void ForgetSubtree(_xmlNode* pNode);
     /// The element child named strName, qualified match first; null when there is none.
     _xmlNode* FindChild(const std::string& strName) const;
-    /// Text of the named child element; false when the child or its text is missing.
-    bool ReadChildText(const std::string& strName, std::string& strText) const;
-    /// Value of the named attribute of the current node; false when there is none.
-    bool ReadAttribute(const std::string& strName, std::string& strValue) const;
+    /// Text of the named child element, entities substituted, as a libxml2 string the caller frees
+    /// with xmlFree; null when the child or its text is missing.
+    unsigned char* TakeChildText(const std::string& strName) const;
+    /// Value of the named attribute of the current node, freed by the caller with xmlFree; null when
+    /// there is none.
+    unsigned char* TakeAttribute(const std::string& strName) const;
     /// Appends a child element holding strText (escaped when bEscape is set).
     bool WriteChildText(const std::string& strName, const char* pText, bool bEscape);
     bool WriteAttribute(const std::string& strName, const char* pValue);

@@ -2,6 +2,8 @@
 #include "tests/support/QelTestApp.h"
 
 #include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <libxml/xmlerror.h>
 #include <zlib.h>
 
 #include <cstdio>
@@ -388,4 +390,32 @@ TEST(QelMasterXMLInterface, CursorsComeAndGoWithoutLeaks)
         EXPECT_EQ(a.ReadInt("v", -1), i);
     }
     EXPECT_GE(QelMasterXMLInterface::GetMemoryUsed(), 0);
+}
+
+namespace
+{
+int g_nHostErrors = 0;
+void HostGenericError(void*, const char*, ...)
+{
+    ++g_nHostErrors;
+}
+} // namespace
+
+TEST(QelMasterXMLInterface, LibxmlDiagnosticsAreSilencedAndTheHostHandlerKept)
+{
+    QelCapture cap;
+    xmlSetGenericErrorFunc(nullptr, HostGenericError);
+    g_nHostErrors = 0;
+    QelMasterXMLInterface x;
+    EXPECT_TRUE(x.LoadDataFromString("<a></b>")); // recovered, with errors along the way
+    EXPECT_FALSE(x.LoadDataFromFile("/nonexistent/qel.xml"));
+    x.NewData("r", "");
+    EXPECT_FALSE(x.SaveDataToFile("/nonexistent/dir/qel.xml", false));
+    EXPECT_EQ(g_nHostErrors, 0);
+    EXPECT_EQ(cap.Messages().size(), 1u); // the file; the string was recovered
+    // Outside the library's calls the host's handler is in place again.
+    xmlDocPtr pDoc = xmlReadMemory("<a></b>", 7, "t.xml", nullptr, 0);
+    EXPECT_GT(g_nHostErrors, 0);
+    xmlFreeDoc(pDoc);
+    xmlSetGenericErrorFunc(nullptr, nullptr);
 }
