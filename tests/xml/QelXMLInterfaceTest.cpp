@@ -224,15 +224,6 @@ TEST(QelXMLInterface, WritesUseTheirFormatsAndAppendElements)
     EXPECT_NE(strText.find("<s>second</s>"), std::string::npos);
     EXPECT_NE(strText.find("fa=\"0.100000\""), std::string::npos);
     EXPECT_NE(strText.find("ia=\"6\""), std::string::npos);
-
-    QelMasterXMLInterface back;
-    ASSERT_TRUE(back.LoadDataFromString(strText));
-    EXPECT_FLOAT_EQ(back.ReadFloat("f", 0), 0.1f);
-    EXPECT_EQ(back.ReadInt("i", 0), -42);
-    EXPECT_FALSE(back.ReadBool("b", true));
-    EXPECT_EQ(back.ReadChar("c", ' '), '<');
-    EXPECT_EQ(back.ReadStringAttribute("sa", ""), "q\"<");
-    EXPECT_TRUE(back.ReadBoolAttribute("ba", false));
 }
 
 TEST(QelXMLInterface, Base64HasNoPaddingAndDecodesLeniently)
