@@ -236,6 +236,9 @@ bool QelProperty::SetAsPropertyContainer(QelPropertyContainer* pObject)
 
 void QelProperty::PullData()
 {
+    // The clean read is the common case: leave without touching the guard when nothing is due.
+    if (!m_pExpression && !(m_pContainer && (m_nFlags & kFlagPropagation) && m_pContainer->IsDirty()))
+        return;
     if (m_nFlags & kFlagPulling)
         return;
     m_nFlags |= kFlagPulling;

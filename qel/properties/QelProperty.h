@@ -127,6 +127,9 @@ public:
     /// Names with their values side by side; names without values mean 0, 1, 2 and so on.
     void SetEnumerationNames(const std::vector<std::string>& vecNames, std::vector<int> vecValues);
     void GetEnumerationNames(std::vector<std::string>& vecNames, std::vector<int>& vecValues) const;
+    /// Lets the next enumeration value through without a check or warning (e.g. while a document
+    /// loads before its list is filled); the mark is used up by the next change of value.
+    void AcceptNextEnumerationValue() { m_nFlags |= kFlagQuietEnum; }
     /// An Integer property with at least one name.
     bool IsEnumerated() const { return m_eDataType == eDataInteger && !m_vecEnumNames.empty(); }
 

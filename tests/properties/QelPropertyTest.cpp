@@ -333,3 +333,19 @@ TEST(QelProperty, DriveByValueGoesThroughTheTypedSetter)
     EXPECT_EQ(pName->GetAsVariant().GetDataType(), eDataFilename);
     EXPECT_EQ(pName->GetAsString(), "3");
 }
+
+TEST(QelProperty, QuietEnumerationMarkLetsOneValueThrough)
+{
+    QelCapture cap;
+    Counting box;
+    QelProperty* pMode = box.CreateProperty("Mode", eDataInteger);
+    pMode->SetEnumerationNames({"a", "b"}, {});
+    pMode->AcceptNextEnumerationValue();
+    pMode->SetAsInt(0); // the current value: the mark stays
+    pMode->SetAsInt(5);
+    EXPECT_EQ(pMode->GetAsInt(), 5);
+    EXPECT_EQ(cap.Warnings(), 0u);
+    pMode->SetAsInt(6);
+    EXPECT_EQ(pMode->GetAsInt(), 1);
+    EXPECT_EQ(cap.Warnings(), 1u);
+}
