@@ -13,7 +13,7 @@ class QEL_EXPORT QelUnitConverter
 {
 public:
     /// Physical kinds; eUnknownUnitType answers for unit numbers outside the table.
-    enum EUnitType
+    enum EUnitType : int
     {
         eLength = 0,
         eMass = 1,
@@ -29,7 +29,8 @@ public:
     };
 
     /// The units, grouped by kind; the numbers are seen by hosts and scripts: never renumber them.
-    enum EUnit
+    /// Based on int so that any number a host passes is a valid value and is answered as unknown.
+    enum EUnit : int
     {
         eMeters = 0,
         eDecimeters = 1,
