@@ -8,6 +8,10 @@
 #include <new>
 #include <typeinfo>
 
+#if defined(__SSE2__)
+#  include <emmintrin.h>
+#endif
+
 namespace
 {
 // A line longer than this is cut and its rest read as the next line, so positions stay ints.
@@ -45,31 +49,182 @@ enum : unsigned char
 
 inline unsigned char UC(char c) { return static_cast<unsigned char>(c); }
 
+/// A line buffer of the given capacity with the scan slack behind it, zeroed.
+inline char* AllocLine(size_t nCapacity, size_t nSlack)
+{
+    return new (std::nothrow) char[nCapacity + nSlack]();
+}
+
+inline int CountTrailingZeros(unsigned nMask)
+{
+#if defined(__GNUC__)
+    return __builtin_ctz(nMask);
+#else
+    int n = 0;
+    while (!(nMask & 1u))
+    {
+        nMask >>= 1;
+        ++n;
+    }
+    return n;
+#endif
+}
+
+/// Offset of the first NUL, line feed or carriage return in [p, pEnd), or pEnd - p. Up to 15 bytes
+/// past pEnd may be read.
+inline size_t FindLineEnd(const char* p, const char* pEnd, const unsigned char* pClass)
+{
+    const char* pStart = p;
+#if defined(__SSE2__)
+    const __m128i vZero = _mm_setzero_si128(), vLF = _mm_set1_epi8('\n'), vCR = _mm_set1_epi8('\r');
+    while (p < pEnd)
+    {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        __m128i m = _mm_or_si128(_mm_cmpeq_epi8(v, vZero), _mm_or_si128(_mm_cmpeq_epi8(v, vLF), _mm_cmpeq_epi8(v, vCR)));
+        unsigned nMask = unsigned(_mm_movemask_epi8(m));
+        if (nMask)
+        {
+            p += CountTrailingZeros(nMask);
+            return size_t((p < pEnd ? p : pEnd) - pStart);
+        }
+        p += 16;
+    }
+    return size_t(pEnd - pStart);
+#else
+    while (p < pEnd && pClass[static_cast<unsigned char>(*p)] != eLineEnd)
+        ++p;
+    return size_t(p - pStart);
+#endif
+    (void)pClass;
+}
+
+/// Length of the word at p: up to the first NUL, tab, line feed, carriage return, blank (when
+/// delimiting) or comma (when delimiting), looking at no more than 1040 bytes of it. Reads in
+/// 16-byte steps, never past 15 bytes beyond the line's terminator.
+inline int FindWordEnd(const char* p, bool bSpace, bool bComma, const unsigned char* pStop)
+{
+    int n = 0;
+#if defined(__SSE2__)
+    const __m128i vZero = _mm_setzero_si128(), vTab = _mm_set1_epi8('\t'), vLF = _mm_set1_epi8('\n'),
+                  vCR = _mm_set1_epi8('\r'), vSpace = _mm_set1_epi8(bSpace ? ' ' : '\0'),
+                  vComma = _mm_set1_epi8(bComma ? ',' : '\0');
+    for (;;)
+    {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + n));
+        __m128i m = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, vZero), _mm_cmpeq_epi8(v, vTab)),
+                                 _mm_or_si128(_mm_cmpeq_epi8(v, vLF), _mm_cmpeq_epi8(v, vCR)));
+        m = _mm_or_si128(m, _mm_or_si128(_mm_cmpeq_epi8(v, vSpace), _mm_cmpeq_epi8(v, vComma)));
+        unsigned nMask = unsigned(_mm_movemask_epi8(m));
+        if (nMask)
+            return n + CountTrailingZeros(nMask);
+        n += 16;
+        if (n > 1024)
+            return n;
+    }
+    (void)pStop;
+#else
+    (void)bSpace;
+    (void)bComma;
+    while (n <= 1024 && !pStop[static_cast<unsigned char>(p[n])])
+        ++n;
+    return n;
+#endif
+}
+
 inline int ClampToInt(long long n) { return n > INT_MAX ? INT_MAX : static_cast<int>(n); }
 
 inline bool IsHex(char c)
 {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
+
+inline bool ColorWord(const char* pWord, int nLength)
+{
+    if (!pWord || (nLength != 7 && nLength != 9) || pWord[0] != '#')
+        return false;
+    for (int i = 1; i < nLength; ++i)
+        if (!IsHex(pWord[i]))
+            return false;
+    return true;
+}
+
+inline bool StringWord(const char* pWord, int nLength)
+{
+    if (!pWord || nLength < 1)
+        return false;
+    char c = pWord[0];
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+inline bool IntWord(const char* pWord, int nLength)
+{
+    if (!pWord || nLength < 1)
+        return false;
+    int i = pWord[0] == '-' ? 1 : 0;
+    if (i == nLength)
+        return false;
+    for (; i < nLength; ++i)
+        if (pWord[i] < '0' || pWord[i] > '9')
+            return false;
+    return true;
+}
+
+/// The type of the nLength characters at pWord, with at least 16 bytes readable there.
+inline QelDataType Classify(const char* pWord, int nLength, bool bIntsAsFloats)
+{
+    char c = pWord[0];
+#if defined(__SSE2__)
+    if (nLength <= 16)
+    {
+        // One mask per character class over the whole word instead of a loop per character, and
+        // the type picked without branches: word types come in no order a predictor could learn.
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pWord));
+        __m128i vDigit = _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8('0' - 1)), _mm_cmplt_epi8(v, _mm_set1_epi8('9' + 1)));
+        __m128i vLower = _mm_or_si128(v, _mm_set1_epi8(0x20));
+        __m128i vHexLetter = _mm_and_si128(_mm_cmpgt_epi8(vLower, _mm_set1_epi8('a' - 1)),
+                                           _mm_cmplt_epi8(vLower, _mm_set1_epi8('f' + 1)));
+        unsigned nWordMask = (1u << nLength) - 1u;
+        unsigned nDigits = unsigned(_mm_movemask_epi8(vDigit)) & nWordMask;
+        unsigned nHex = (nDigits | unsigned(_mm_movemask_epi8(vHexLetter)) | 1u) & nWordMask;
+        unsigned nInt = nDigits | unsigned(c == '-');
+        char cUpper = char(c & ~0x20);
+        bool bColor = (c == '#') & ((nLength == 7) | (nLength == 9)) & (nHex == nWordMask);
+        bool bString = (nLength == 0) | ((cUpper >= 'A') & (cUpper <= 'Z'));
+        bool bInt = !bIntsAsFloats & (nInt == nWordMask) & (nDigits != 0);
+        int nType = bInt ? eDataInteger : eDataReal;
+        nType = bString ? eDataString : nType;
+        nType = bColor ? eDataColor : nType;
+        return QelDataType(nType);
+    }
+#endif
+    if (c == '#')
+        return ColorWord(pWord, nLength) ? eDataColor : eDataReal;
+    if (nLength == 0 || StringWord(pWord, nLength))
+        return eDataString;
+    if (bIntsAsFloats)
+        return eDataReal;
+    return IntWord(pWord, nLength) ? eDataInteger : eDataReal;
+}
 } // namespace
 
 QelTextScanner::QelTextScanner()
-    : m_pFile(nullptr), m_pMemory(nullptr), m_nMemorySize(0), m_nRawPos(0), m_bSourceEnded(true),
+    : m_pFile(nullptr), m_pStreamBuffer(nullptr), m_pMemory(nullptr), m_nMemorySize(0), m_nRawPos(0), m_bSourceEnded(true),
       m_bNulReported(false), m_nBlockBytes(0), m_nBlockPos(0), m_pBlock(nullptr), m_pLinePos(nullptr),
       m_bLineBlank(true), m_nBytesRead(-1), m_nCharsProcessed(-1), m_nLineNum(-1),
-      m_pLineBuffer(new (std::nothrow) char[eInitialLineCapacity]()), m_nLineCapacity(0), m_nWordLength(0),
+      m_pLineBuffer(AllocLine(eInitialLineCapacity, eScanSlack)), m_nLineCapacity(0), m_nWordLength(0),
       m_bReadIntsAsFloats(false), m_bCommaDelimiter(true), m_bSpaceDelimiter(false),
       m_bQuotesDelimitStrings(false), m_nUseTable(-1)
 {
     if (m_pLineBuffer)
         m_nLineCapacity = eInitialLineCapacity;
-    m_szBlock[0] = m_szBlock[eBlockSize] = '\0';
+    std::memset(m_szBlock, 0, sizeof(m_szBlock));
     m_szWord[0] = m_szWord[eMaxWordSize] = '\0';
     BuildStopTable();
 }
 
 QelTextScanner::QelTextScanner(const QelTextScanner& other)
-    : m_pFile(nullptr), m_pMemory(nullptr), m_nMemorySize(0), m_pLineBuffer(nullptr), m_nLineCapacity(0)
+    : m_pFile(nullptr), m_pStreamBuffer(nullptr), m_pMemory(nullptr), m_nMemorySize(0), m_pLineBuffer(nullptr),
+      m_nLineCapacity(0)
 {
     CopyFrom(other);
 }
@@ -81,6 +236,8 @@ QelTextScanner& QelTextScanner::operator=(const QelTextScanner& other)
         if (m_pFile)
             std::fclose(m_pFile);
         m_pFile = nullptr;
+        delete[] m_pStreamBuffer;
+        m_pStreamBuffer = nullptr;
         CopyFrom(other);
     }
     return *this;
@@ -90,7 +247,18 @@ QelTextScanner::~QelTextScanner()
 {
     if (m_pFile)
         std::fclose(m_pFile);
+    delete[] m_pStreamBuffer;
     delete[] m_pLineBuffer;
+}
+
+void QelTextScanner::AttachStreamBuffer(std::FILE* pFile)
+{
+    // Blocks stay 4096 bytes; the larger stream buffer only saves system calls. The stream takes
+    // its own default buffer when this one cannot be had.
+    if (!m_pStreamBuffer)
+        m_pStreamBuffer = new (std::nothrow) char[eStreamBufferSize];
+    if (m_pStreamBuffer)
+        std::setvbuf(pFile, m_pStreamBuffer, _IOFBF, eStreamBufferSize);
 }
 
 void QelTextScanner::CopyFrom(const QelTextScanner& other)
@@ -99,7 +267,7 @@ void QelTextScanner::CopyFrom(const QelTextScanner& other)
     size_t nLineLength = other.m_pLineBuffer ? std::strlen(other.m_pLineBuffer) : 0;
     if (m_nLineCapacity < other.m_nLineCapacity || !m_pLineBuffer)
     {
-        char* p = new (std::nothrow) char[other.m_nLineCapacity ? other.m_nLineCapacity : 1];
+        char* p = AllocLine(other.m_nLineCapacity ? other.m_nLineCapacity : 1, eScanSlack);
         if (p)
         {
             delete[] m_pLineBuffer;
@@ -151,6 +319,8 @@ void QelTextScanner::CopyFrom(const QelTextScanner& other)
     if (other.m_pFile)
     {
         m_pFile = std::fopen(m_strPath.c_str(), "rb");
+        if (m_pFile)
+            AttachStreamBuffer(m_pFile);
         if (m_pFile && !m_bSourceEnded && std::fseek(m_pFile, long(m_nRawPos), SEEK_SET) != 0)
         {
             std::fclose(m_pFile);
@@ -193,15 +363,6 @@ void QelTextScanner::BuildStopTable()
         m_aStop[UC(',')] = eStopComma;
 }
 
-bool QelTextScanner::UseTable()
-{
-    // Known only once construction is over; an override of IsDelimiter is honoured character by
-    // character, the default set goes through the table.
-    if (m_nUseTable < 0)
-        m_nUseTable = typeid(*this) == typeid(QelTextScanner) ? 1 : 0;
-    return m_nUseTable == 1;
-}
-
 void QelTextScanner::ResetState()
 {
     m_nRawPos = 0;
@@ -235,6 +396,7 @@ bool QelTextScanner::Open(const char* pPath)
                                         std::strerror(errno));
         return false;
     }
+    AttachStreamBuffer(pFile);
     // A directory opens as a stream on some systems and only fails when read.
     int c = std::getc(pFile);
     if (c == EOF && std::ferror(pFile))
@@ -278,6 +440,8 @@ bool QelTextScanner::Close()
     {
         bClosed = std::fclose(m_pFile) == 0;
         m_pFile = nullptr;
+        delete[] m_pStreamBuffer;
+        m_pStreamBuffer = nullptr;
     }
     else if (m_pMemory)
         bClosed = true;
@@ -398,7 +562,7 @@ bool QelTextScanner::GrowLine(size_t nNeeded)
         nCapacity *= 2;
     if (nCapacity < nNeeded)
         return false;
-    char* p = new (std::nothrow) char[nCapacity];
+    char* p = AllocLine(nCapacity, eScanSlack);
     if (!p)
         return false;
     if (m_pLineBuffer)
@@ -438,8 +602,7 @@ const char* QelTextScanner::NextLine()
             if (p < pEnd && pClass[UC(*p)] == eLineOther)
                 m_bLineBlank = false;
         }
-        while (p < pEnd && pClass[UC(*p)] != eLineEnd)
-            ++p;
+        p += FindLineEnd(p, pEnd, pClass);
 
         size_t nTake = size_t(p - pStart);
         bool bCut = false;
@@ -494,11 +657,20 @@ const char* QelTextScanner::CurrentLine()
     return m_pLineBuffer ? m_pLineBuffer : "";
 }
 
-void QelTextScanner::SkipWhiteSpace(bool bSkipComma)
+// The hot path is written with inline members and local helpers: the exported members of a shared
+// library are called through the symbol table and are never inlined.
+
+inline bool QelTextScanner::UseTable()
 {
-    if (!m_pLinePos)
-        return;
-    const char* p = m_pLinePos;
+    // Known only once construction is over; an override of IsDelimiter is honoured character by
+    // character, the default set goes through the table.
+    if (m_nUseTable < 0)
+        m_nUseTable = typeid(*this) == typeid(QelTextScanner) ? 1 : 0;
+    return m_nUseTable == 1;
+}
+
+inline const char* QelTextScanner::SkipDelimiters(const char* p, bool bSkipComma)
+{
     if (UseTable())
     {
         const unsigned char* pStop = m_aStop;
@@ -510,19 +682,23 @@ void QelTextScanner::SkipWhiteSpace(bool bSkipComma)
             while (pStop[UC(*p)] == eStopDelimiter)
                 ++p;
         }
+        return p;
     }
-    else
+    while (*p && IsDelimiter(*p))
+        ++p;
+    if (bSkipComma && *p == ',')
     {
+        ++p;
         while (*p && IsDelimiter(*p))
             ++p;
-        if (bSkipComma && *p == ',')
-        {
-            ++p;
-            while (*p && IsDelimiter(*p))
-                ++p;
-        }
     }
-    m_pLinePos = const_cast<char*>(p);
+    return p;
+}
+
+void QelTextScanner::SkipWhiteSpace(bool bSkipComma)
+{
+    if (m_pLinePos)
+        m_pLinePos = const_cast<char*>(SkipDelimiters(m_pLinePos, bSkipComma));
 }
 
 void QelTextScanner::ReadQuoteDelimitedString()
@@ -551,7 +727,7 @@ const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool
             return nullptr;
         // The first word of the next line is always classified; an empty line gives an empty word,
         // so that null means the end of the file.
-        return ReadWord(eType, true);
+        bClassify = true;
     }
     return ReadWord(eType, bClassify);
 }
@@ -562,7 +738,7 @@ const char* QelTextScanner::NextWord(bool bAcrossLines)
     return NextWord(eType, bAcrossLines, false);
 }
 
-const char* QelTextScanner::ReadWord(QelDataType& eType, bool bClassify)
+inline const char* QelTextScanner::ReadWord(QelDataType& eType, bool bClassify)
 {
     const char* pStart = m_pLinePos;
     if (m_bCommaDelimiter && pStart == m_pLineBuffer && *pStart == ',')
@@ -574,96 +750,57 @@ const char* QelTextScanner::ReadWord(QelDataType& eType, bool bClassify)
         eType = eDataString;
         return m_szWord;
     }
-    SkipWhiteSpace(m_bCommaDelimiter);
-    if (!*m_pLinePos)
+    const char* p = SkipDelimiters(pStart, m_bCommaDelimiter);
+    m_pLinePos = const_cast<char*>(p);
+    if (!*p)
     {
         m_szWord[0] = '\0';
         m_nWordLength = 0;
         eType = eDataString;
         return m_szWord;
     }
-    if (m_bQuotesDelimitStrings && *m_pLinePos == '"')
+    if (m_bQuotesDelimitStrings && *p == '"')
     {
         ReadQuoteDelimitedString();
         eType = eDataString;
+        p = m_pLinePos;
     }
     else
     {
-        const char* p = m_pLinePos;
-        int n = 0;
-        if (UseTable())
+        // Find the end first (one character past the longest word at most), then copy at once.
+        int n = UseTable() ? FindWordEnd(p, m_bSpaceDelimiter, m_bCommaDelimiter, m_aStop) : 0;
+        if (!UseTable())
         {
-            const unsigned char* pStop = m_aStop;
-            while (n < eMaxWordSize && !pStop[UC(p[n])])
-            {
-                m_szWord[n] = p[n];
+            while (n <= eMaxWordSize && p[n] && !IsDelimiter(p[n]) && !(m_bCommaDelimiter && p[n] == ','))
                 ++n;
-            }
         }
+        if (n > eMaxWordSize)
+        {
+            n = eMaxWordSize;
+            QelSysApp::App().PrintToConsole("<warning> Max word size of %d reached\n", int(eMaxWordSize));
+        }
+        if (n <= 32)
+            std::memcpy(m_szWord, p, 32); // one fixed-size move; the slack keeps it inside the line
         else
-        {
-            while (n < eMaxWordSize && p[n] && !IsDelimiter(p[n]) && !(m_bCommaDelimiter && p[n] == ','))
-            {
-                m_szWord[n] = p[n];
-                ++n;
-            }
-        }
+            std::memcpy(m_szWord, p, size_t(n));
         m_szWord[n] = '\0';
         m_nWordLength = n;
-        p += n;
-        m_pLinePos = const_cast<char*>(p);
-        if (n == eMaxWordSize && *p && !(m_bCommaDelimiter && *p == ',') &&
-            !(UseTable() ? m_aStop[UC(*p)] != 0 : IsDelimiter(*p)))
-            QelSysApp::App().PrintToConsole("<warning> Max word size of %d reached\n", int(eMaxWordSize));
+        // Classified from the line, not the word just stored: a load over fresh stores would stall.
         if (bClassify)
-        {
-            if (IsColor(m_szWord, n))
-                eType = eDataColor;
-            else if (n == 0 || IsString(m_szWord, n))
-                eType = eDataString;
-            else if (m_bReadIntsAsFloats)
-                eType = eDataReal;
-            else if (IsInt(m_szWord, n))
-                eType = eDataInteger;
-            else
-                eType = eDataReal;
-        }
+            eType = Classify(p, n, m_bReadIntsAsFloats);
+        p += n;
     }
-    SkipWhiteSpace(false);
-    m_nCharsProcessed += m_pLinePos - pStart;
+    p = SkipDelimiters(p, false);
+    m_pLinePos = const_cast<char*>(p);
+    m_nCharsProcessed += p - pStart;
     return m_szWord;
 }
 
-bool QelTextScanner::IsColor(const char* pWord, int nLength)
-{
-    if (!pWord || (nLength != 7 && nLength != 9) || pWord[0] != '#')
-        return false;
-    for (int i = 1; i < nLength; ++i)
-        if (!IsHex(pWord[i]))
-            return false;
-    return true;
-}
+bool QelTextScanner::IsColor(const char* pWord, int nLength) { return ColorWord(pWord, nLength); }
 
-bool QelTextScanner::IsString(const char* pWord, int nLength)
-{
-    if (!pWord || nLength < 1)
-        return false;
-    char c = pWord[0];
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
+bool QelTextScanner::IsString(const char* pWord, int nLength) { return StringWord(pWord, nLength); }
 
-bool QelTextScanner::IsInt(const char* pWord, int nLength)
-{
-    if (!pWord || nLength < 1)
-        return false;
-    int i = pWord[0] == '-' ? 1 : 0;
-    if (i == nLength)
-        return false;
-    for (; i < nLength; ++i)
-        if (pWord[i] < '0' || pWord[i] > '9')
-            return false;
-    return true;
-}
+bool QelTextScanner::IsInt(const char* pWord, int nLength) { return IntWord(pWord, nLength); }
 
 int QelTextScanner::LineNum() const { return ClampToInt(m_nLineNum); }
 

@@ -83,8 +83,17 @@ protected:
     void SkipWhiteSpace(bool bSkipComma);
 
 private:
+    /// Readable bytes kept past the block and the line, so that the word and line searches may
+    /// look at 16 bytes at a time without a bounds test per byte.
+    enum
+    {
+        eScanSlack = 64,
+        eStreamBufferSize = 65536
+    };
+
     const char* ReadWord(QelDataType& eType, bool bClassify);
     bool UseTable();
+    const char* SkipDelimiters(const char* p, bool bSkipComma);
     void BuildStopTable();
     bool GrowLine(size_t nNeeded);
     size_t ReadRaw(char* pDest, size_t nMax);
@@ -92,9 +101,11 @@ private:
     size_t Translate(char* pData, size_t nCount);
     void ResetState();
     void CopyFrom(const QelTextScanner& other);
+    void AttachStreamBuffer(std::FILE* pFile);
 
     // The source: a file stream, or a caller's memory block when m_pMemory is set.
     std::FILE* m_pFile;
+    char* m_pStreamBuffer; // the stream's buffer, freed after the stream is closed
     const char* m_pMemory;
     size_t m_nMemorySize;
     long long m_nRawPos;  // bytes consumed from the source before translation
@@ -115,7 +126,7 @@ private:
     long long m_nCharsProcessed;
     long long m_nLineNum;
 
-    char m_szBlock[eBlockSize + 1];
+    char m_szBlock[eBlockSize + 1 + eScanSlack];
     char* m_pLineBuffer;
     size_t m_nLineCapacity;
     char m_szWord[eMaxWordSize + 1];

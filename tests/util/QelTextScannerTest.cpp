@@ -387,3 +387,61 @@ TEST(QelTextScanner, CopiesReadOnIndependently)
     EXPECT_STREQ(memCopy.NextWord(true), "x");
     EXPECT_STREQ(memCopy.NextWord(true), "y");
 }
+
+TEST(QelTextScanner, ClassificationAgreesWithTheWordTests)
+{
+    // Words of every length up to past 16 characters from the characters that decide the type,
+    // checked against IsColor, IsString and IsInt one by one.
+    const char aPick[] = {'#', '-', '0', '7', '9', 'a', 'f', 'g', 'A', 'F', 'G', 'z', '.', '/', ':', '@', '`', '\x80'};
+    unsigned n = 99;
+    std::string strText;
+    std::vector<std::string> vWords;
+    for (int i = 0; i < 4000; ++i)
+    {
+        n = n * 1103515245u + 12345u;
+        size_t nLength = 1 + (n >> 16) % 20;
+        std::string strWord;
+        for (size_t k = 0; k < nLength; ++k)
+        {
+            n = n * 1103515245u + 12345u;
+            strWord += aPick[(n >> 16) % sizeof(aPick)];
+        }
+        if (i % 3 == 0) // colors and near misses
+        {
+            strWord = "#";
+            for (size_t k = 0, nHex = 5 + (n >> 20) % 5; k < nHex; ++k)
+                strWord += "0123456789abcdefABCDEFg"[(n >> (k + 3)) % 23];
+        }
+        else if (i % 3 == 1) // integers and near misses
+        {
+            strWord = (n >> 24) & 1 ? "-" : "";
+            for (size_t k = 0, nDigits = (n >> 20) % 18; k < nDigits; ++k)
+                strWord += "01234567899.e"[(n >> (k + 2)) % 13];
+            if (strWord.empty())
+                strWord = "5";
+        }
+        vWords.push_back(strWord);
+        strText += strWord + (i % 7 ? " " : "\n");
+    }
+    for (bool bFloats : {false, true})
+    {
+        QelTextScanner s;
+        s.SetSpaceDelimiter(true);
+        s.SetReadIntsAsFloats(bFloats);
+        ASSERT_TRUE(s.OpenBuffer(strText.data(), strText.size()));
+        Words v = AllWords(s);
+        ASSERT_EQ(v.size(), vWords.size());
+        for (size_t i = 0; i < v.size(); ++i)
+        {
+            const std::string& w = vWords[i];
+            int nLength = int(w.size());
+            int nExpected = QelTextScanner::IsColor(w.c_str(), nLength)    ? 9
+                            : QelTextScanner::IsString(w.c_str(), nLength) ? 6
+                            : bFloats                                      ? 4
+                            : QelTextScanner::IsInt(w.c_str(), nLength)    ? 3
+                                                                           : 4;
+            ASSERT_EQ(v[i].first, w);
+            EXPECT_EQ(v[i].second, nExpected) << w;
+        }
+    }
+}
