@@ -40,7 +40,7 @@ public:
     /// Copies the plug-in part and the flags, and makes copies of every property (same names, order,
     /// values, clamps, enumerations; interpolated colors and multi-properties keep their structure).
     QelPropertyContainer(const QelPropertyContainer& other);
-    /// Replaces the own properties by copies of the other's; the own name stays as QelBase sets it.
+    /// Replaces the own properties by copies of the other's; the name is copied as QelBase assigns it.
     QelPropertyContainer& operator=(const QelPropertyContainer& other);
     /// Marks itself being destroyed first, so that its properties stop calling back, then frees them.
     ~QelPropertyContainer() override;

@@ -105,3 +105,36 @@ TEST(QelNoDangling, DeletingContainersInEitherOrder)
     }
     EXPECT_EQ(cap.Errors(), 0u);
 }
+
+namespace
+{
+/// Records what a property sees of its container while being torn down with it.
+class Probe : public QelProperty
+{
+public:
+    Probe(QelPropertyContainer* pContainer, bool& bSawNull)
+        : QelProperty("Probe", pContainer, eDataReal), m_bSawNull(bSawNull)
+    {
+    }
+    ~Probe() override
+    {
+        m_bSawNull = GetContainer() == nullptr;
+        SetAsDouble(1.0); // must not call back into the half-destroyed container
+        GetAsFloat();
+        m_bSawNull = m_bSawNull && GetFullName() == "(no container).Probe";
+    }
+    bool& m_bSawNull;
+};
+} // namespace
+
+TEST(QelNoDangling, PropertiesTornDownWithTheirContainerSeeNoContainer)
+{
+    bool bSawNull = false;
+    {
+        QelPropertyContainer c;
+        ASSERT_TRUE(c.AddProperty(new Probe(&c, bSawNull)));
+        c.GetProperty("Probe")->SetAsDouble(2.0);
+        EXPECT_TRUE(c.IsDirty());
+    }
+    EXPECT_TRUE(bSawNull);
+}
