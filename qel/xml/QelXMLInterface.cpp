@@ -58,7 +58,11 @@ class XmlText
 {
 public:
     explicit XmlText(xmlChar* p) : m_p(p) {}
-    ~XmlText() { xmlFree(m_p); }
+    ~XmlText()
+    {
+        if (m_p)
+            xmlFree(m_p);
+    }
     XmlText(const XmlText&) = delete;
     XmlText& operator=(const XmlText&) = delete;
     explicit operator bool() const { return m_p != nullptr; }
