@@ -52,6 +52,10 @@
 #include "qel/xml/QelXMLInterface.h"
 
 // expression
+#include "qel/expression/MTParser/MTParserCompiler.h"
+#include "qel/expression/MTParser/MTParserProgram.h"
+#include "qel/expression/MTParser/MTParserRegistrar.h"
+#include "qel/expression/QelExpression.h"
 
 // display
 

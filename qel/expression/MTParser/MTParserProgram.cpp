@@ -1,0 +1,156 @@
+#include "qel/expression/MTParser/MTParserProgram.h"
+
+#include "qel/expression/MTParser/MTParserExecute.h"
+#include "qel/platform/QelRandom.h"
+
+#include <limits>
+#include <unordered_map>
+
+namespace MTParserDetail
+{
+double Factorial(double x)
+{
+    if (std::isnan(x))
+        return x;
+    if (x < 0.0)
+        return std::numeric_limits<double>::quiet_NaN();
+    if (x > 170.0) // 171! is beyond the largest double
+        return std::numeric_limits<double>::infinity();
+    if (x != std::floor(x))
+        return std::tgamma(x + 1.0);
+    double r = 1.0;
+    const int n = static_cast<int>(x);
+    for (int i = 2; i <= n; ++i)
+        r *= i;
+    return r;
+}
+
+double Random01()
+{
+    return static_cast<double>(QelRand()) / static_cast<double>(QEL_RAND_MAX);
+}
+MTNodeFn NodeFunction(unsigned int nCode, unsigned int nMask)
+{
+    switch (nCode)
+    {
+#define QEL_MT_NODE0(Code, Name, Expr)                                                                                 \
+    case Code: return &Node0<Name, 0>;
+#define QEL_MT_NODE1(Code, Name, Expr)                                                                                 \
+    case Code:                                                                                                         \
+    {                                                                                                                  \
+        static const MTNodeFn t[2] = {&Node1<Name, 0>, &Node1<Name, 1>};                                               \
+        return t[nMask & 1];                                                                                           \
+    }
+#define QEL_MT_NODE2(Code, Name, Expr)                                                                                 \
+    case Code:                                                                                                         \
+    {                                                                                                                  \
+        static const MTNodeFn t[4] = {&Node2<Name, 0>, &Node2<Name, 1>, &Node2<Name, 2>, &Node2<Name, 3>};             \
+        return t[nMask & 3];                                                                                           \
+    }
+#define QEL_MT_NODE3(Code, Name, Expr)                                                                                 \
+    case Code:                                                                                                         \
+    {                                                                                                                  \
+        static const MTNodeFn t[8] = {&Node3<Name, 0>, &Node3<Name, 1>, &Node3<Name, 2>, &Node3<Name, 3>,              \
+                                      &Node3<Name, 4>, &Node3<Name, 5>, &Node3<Name, 6>, &Node3<Name, 7>};             \
+        return t[nMask & 7];                                                                                           \
+    }
+        QEL_MT_BUILTINS(QEL_MT_NODE0, QEL_MT_NODE1, QEL_MT_NODE2, QEL_MT_NODE3)
+    default: return nullptr;
+    }
+}
+
+int Arity(unsigned int nCode)
+{
+    switch (nCode)
+    {
+#define QEL_MT_ARITY0(Code, Name, Expr) case Code: return 0;
+#define QEL_MT_ARITY1(Code, Name, Expr) case Code: return 1;
+#define QEL_MT_ARITY2(Code, Name, Expr) case Code: return 2;
+#define QEL_MT_ARITY3(Code, Name, Expr) case Code: return 3;
+        QEL_MT_BUILTINS(QEL_MT_ARITY0, QEL_MT_ARITY1, QEL_MT_ARITY2, QEL_MT_ARITY3)
+    default: return -1;
+    }
+}
+} // namespace MTParserDetail
+
+MTParserProgram::MTParserProgram() : m_pResult(&m_fZero) {}
+
+double MTParserProgram::Evaluate()
+{
+    if (m_pRoot)
+        return m_pRoot->pfnEval(m_pRoot);
+    return MTParserDetail::RunProgram(m_vecCode.data(), m_vecCode.data() + m_vecCode.size(), m_pResult);
+}
+
+void MTParserProgram::Execute(const MTInstruction& cInstr)
+{
+    MTParserDetail::Run(cInstr);
+}
+void MTParserProgram::Clear()
+{
+    m_vecCode.clear();
+    m_deqTemps.clear();
+    m_deqConstants.clear();
+    m_vecCallArgs.clear();
+    m_vecCallScratch.clear();
+    m_vecVariables.clear();
+    m_vecNodes.clear();
+    m_pRoot = nullptr;
+    m_pResult = &m_fZero;
+    m_bCompiled = false;
+    m_bResultIsConstant = false;
+}
+
+void MTParserProgram::BuildTree()
+{
+    m_vecNodes.clear();
+    m_pRoot = nullptr;
+    if (m_vecCode.empty())
+        return;
+    // Every temporary is written once and read once, so the instructions form a tree: an operand
+    // in a temporary is the node of the instruction that last wrote it.
+    m_vecNodes.reserve(m_vecCode.size()); // children point into the vector: it must not move
+    std::vector<unsigned int> vecDepth;
+    vecDepth.reserve(m_vecCode.size());
+    std::unordered_map<const double*, size_t> mapWriter;
+    for (const MTInstruction& c : m_vecCode)
+    {
+        const int nArity = MTParserDetail::Arity(c.nOp);
+        if (nArity < 0)
+        {
+            m_vecNodes.clear();
+            return;
+        }
+        MTNode cNode{};
+        unsigned int nMask = 0, nDepth = 1;
+        const double* operands[3] = {c.pA, c.pB, c.pC};
+        for (int i = 0; i < nArity; ++i)
+        {
+            auto it = mapWriter.find(operands[i]);
+            if (it == mapWriter.end())
+            {
+                cNode.pLeaf[i] = operands[i];
+                continue;
+            }
+            cNode.pChild[i] = &m_vecNodes[it->second];
+            nMask |= 1u << i;
+            if (vecDepth[it->second] + 1 > nDepth)
+                nDepth = vecDepth[it->second] + 1;
+            mapWriter.erase(it);
+        }
+        if (nDepth > kMaxTreeDepth)
+        {
+            m_vecNodes.clear();
+            return;
+        }
+        cNode.pfnEval = MTParserDetail::NodeFunction(c.nOp, nMask);
+        mapWriter[c.pDst] = m_vecNodes.size();
+        m_vecNodes.push_back(cNode);
+        vecDepth.push_back(nDepth);
+    }
+    auto it = mapWriter.find(m_pResult);
+    if (it != mapWriter.end() && it->second + 1 == m_vecNodes.size())
+        m_pRoot = &m_vecNodes.back();
+    else
+        m_vecNodes.clear();
+}

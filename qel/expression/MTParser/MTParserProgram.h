@@ -1,0 +1,120 @@
+#pragma once
+
+#include "qel/platform/QelExport.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+class MTFunctionI;
+class MTOperatorI;
+class MTVariableI;
+
+/// Codes of the operations a compiled program runs inline. Built-in operator and function classes
+/// carry one; everything else goes through the generic call codes.
+enum EMTOpCode
+{
+    // Binary operators
+    eMTAdd, eMTSub, eMTMul, eMTDiv, eMTPow, eMTMod,
+    eMTGreater, eMTLess, eMTGreaterEqual, eMTLessEqual, eMTNotEqual, eMTEqual, eMTAnd, eMTOr,
+    // Unary operators
+    eMTNeg, eMTNot,
+    // Functions of one argument
+    eMTSin, eMTAsin, eMTSinh, eMTCos, eMTAcos, eMTCosh, eMTTan, eMTTanh, eMTAtan, eMTSqrt, eMTAbs,
+    eMTLn, eMTLog, eMTExp, eMTSigmoid, eMTCeil, eMTFloor, eMTFact, eMTRadToDeg, eMTDegToRad,
+    // Functions of zero, two and three arguments
+    eMTRand, eMTRandMinMax, eMTMin2, eMTMax2,
+    eMTMin3, eMTMax3, eMTNorm, eMTNormClamp, eMTClamp, eMTInterp, eMTIfElse,
+    // Set functions: compiled into chains of the codes above, never run themselves
+    eMTMinN, eMTMaxN, eMTAvg, eMTSum,
+    // Generic calls
+    eMTCallFunction, eMTCallOperator, eMTLoadVariable,
+    // Fused forms made by the compiler for frequent shapes
+    eMTMulAdd, eMTSquare, eMTSquareAdd,
+    eMTOpCodeCount
+};
+
+/// One step of a compiled program: reads up to three doubles through pointers, writes one.
+/// A generic call names its object in pExtra and reads nArgs arguments through ppArgs into pScratch.
+struct MTInstruction
+{
+    std::uint32_t nOp;
+    std::uint32_t nArgs;
+    double* pDst;
+    const double* pA;
+    const double* pB;
+    const double* pC;
+    void* pExtra;
+    const double* const* ppArgs;
+    double* pScratch;
+};
+
+struct MTNode;
+typedef double (*MTNodeFn)(const MTNode*);
+
+/// A node of the tree form: operand i is a child node when pChild[i] is set, else *pLeaf[i].
+struct MTNode
+{
+    MTNodeFn pfnEval;
+    const double* pLeaf[3];
+    const MTNode* pChild[3];
+};
+
+/// A compiled expression: a flat list of instructions over a fixed set of temporaries and, when the
+/// expression is shallow and uses built-in operations only, the same as a tree of specialised nodes
+/// whose values pass in registers; the tree is what runs then. Evaluating allocates nothing and
+/// never recurses deeper than a fixed limit; the program reads its variables through pointers.
+class QEL_EXPORT MTParserProgram
+{
+public:
+    MTParserProgram();
+    MTParserProgram(const MTParserProgram&) = delete;
+    MTParserProgram& operator=(const MTParserProgram&) = delete;
+
+    /// The expression's value; 0.0 for a program that was never compiled.
+    double Evaluate();
+
+    /// True once a compilation succeeded.
+    bool IsCompiled() const { return m_bCompiled; }
+    /// True when the whole expression was folded to one value at compile time.
+    bool IsConstant() const { return m_bCompiled && m_vecCode.empty() && m_bResultIsConstant; }
+    size_t GetNbInstructions() const { return m_vecCode.size(); }
+    const MTInstruction* GetCode() const { return m_vecCode.data(); }
+    /// The root of the tree form, or null when the flat list runs.
+    const MTNode* GetRoot() const { return m_pRoot; }
+    /// Where the last instruction leaves the value (or the folded constant, or a variable).
+    const double* GetResult() const { return m_pResult; }
+    /// Every variable the expression reads, once each, in order of first use.
+    const std::vector<MTVariableI*>& GetVariables() const { return m_vecVariables; }
+
+    void Clear();
+
+    /// Runs one instruction; the compiler folds constants through the same code.
+    static void Execute(const MTInstruction& cInstr);
+
+    /// Deepest tree the evaluation may recurse through; deeper programs run flat.
+    static const unsigned int kMaxTreeDepth = 200;
+
+private:
+    friend class MTParserCompiler;
+    friend class MTCompilation;
+
+    /// Makes the tree form from the finished instruction list, when it qualifies.
+    void BuildTree();
+
+    std::vector<MTInstruction> m_vecCode;
+    // Deques, because instructions point into them while the program is still growing.
+    std::deque<double> m_deqTemps;
+    std::deque<double> m_deqConstants;
+    // Argument lists of generic calls; moving the outer vector keeps each list where it is.
+    std::vector<std::vector<const double*>> m_vecCallArgs;
+    std::vector<std::vector<double>> m_vecCallScratch;
+    std::vector<MTVariableI*> m_vecVariables;
+    std::vector<MTNode> m_vecNodes;
+    const MTNode* m_pRoot = nullptr;
+    double m_fZero = 0.0;
+    const double* m_pResult;
+    bool m_bCompiled = false;
+    bool m_bResultIsConstant = false;
+};

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "qel/expression/MTParser/MTVariableI.h"
+#include "qel/platform/QelExport.h"
+
+#include <string>
+
+namespace MTParser
+{
+/// A variable that reads a double of its own; the storage address never changes.
+class QEL_EXPORT MemVariableEvaluator : public MTVariableI
+{
+public:
+    explicit MemVariableEvaluator(const std::string& strName, double fValue = 0.0);
+    MemVariableEvaluator(const MemVariableEvaluator&) = delete;
+    MemVariableEvaluator& operator=(const MemVariableEvaluator&) = delete;
+
+    std::string GetSymbol() const override { return m_strName; }
+    double Evaluate() override { return m_fValue; }
+    void SetValue(double fValue) { m_fValue = fValue; }
+    double* GetValuePtr() { return &m_fValue; }
+
+private:
+    std::string m_strName;
+    double m_fValue;
+};
+} // namespace MTParser
