@@ -3,7 +3,6 @@
 #include "qel/expression/MTParser/MTFunctionI.h"
 #include "qel/expression/MTParser/MTOperatorI.h"
 #include "qel/expression/MTParser/MTParserCompiler.h"
-#include "qel/expression/MTParser/MTParserExecute.h"
 #include "qel/expression/MTParser/MTParserProgram.h"
 #include "qel/expression/MTParser/MTParserRegistrar.h"
 #include "qel/expression/MTParser/MemVariableFactory.h"
@@ -203,15 +202,14 @@ bool QelExpression::HasExpression() const
 
 double QelExpression::Evaluate()
 {
-    // The hot path: one call from the host, the instruction loop inlined here. An empty program
-    // points its result at a zero.
+    // The hot path: one call from the host into the root node. Programs too deep for the tree run
+    // their flat list, and an empty program points its result at a zero.
     QelExpressionDef* d = m_pDef;
     if (!d->m_vecBindings.empty())
         d->RefreshBindings();
-    const MTParserProgram& p = d->m_cProgram;
-    if (const MTNode* pRoot = p.GetRoot())
+    if (const MTNode* pRoot = d->m_cProgram.GetRoot())
         return pRoot->pfnEval(pRoot);
-    return MTParserDetail::RunProgram(p.GetCode(), p.GetCode() + p.GetNbInstructions(), p.GetResult());
+    return d->m_cProgram.Evaluate();
 }
 
 void QelExpression::Clear()

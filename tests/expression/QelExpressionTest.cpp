@@ -301,7 +301,8 @@ TEST(QelExpression, VariablesBelongToTheExpression)
     QelExpression d;
     d = e;
     EXPECT_EQ(d.Evaluate(), 10.0);
-    d = d;
+    QelExpression& rSame = d;
+    d = rSame;
     EXPECT_EQ(d.Evaluate(), 10.0);
 }
 

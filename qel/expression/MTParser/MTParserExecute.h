@@ -10,6 +10,7 @@
 #include "qel/expression/MTParser/MTVariableI.h"
 
 #include <cmath>
+#include <utility>
 
 #if defined(__GNUC__)
 #  define QEL_MT_INLINE inline __attribute__((always_inline))
@@ -159,32 +160,39 @@ QEL_MT_INLINE double RunProgram(const MTInstruction* p, const MTInstruction* pEn
     return *pResult;
 }
 
-// Nodes: operand I is read from a child node when bit I of M is set, else through its pointer.
-template <unsigned M, unsigned I>
+// Nodes: the kind of operand I is digit I of M in base 3: 0 read through a pointer, 1 a child node,
+// 2 a constant kept in the node.
+constexpr unsigned int kNodeLeaf = 0, kNodeChild = 1, kNodeConst = 2;
+constexpr unsigned int Pow3(unsigned int i) { return i == 0 ? 1 : 3 * Pow3(i - 1); }
+
+template <unsigned int M, unsigned int I>
 QEL_MT_INLINE double Get(const MTNode* x)
 {
-    if (M & (1u << I))
-        return x->pChild[I]->pfnEval(x->pChild[I]);
-    return *x->pLeaf[I];
+    constexpr unsigned int kKind = (M / Pow3(I)) % 3;
+    if (kKind == kNodeChild)
+        return x->cArg[I].pChild->pfnEval(x->cArg[I].pChild);
+    if (kKind == kNodeConst)
+        return x->cArg[I].fConst;
+    return *x->cArg[I].pLeaf;
 }
 
-template <class F, unsigned M>
+template <class F, unsigned int M>
 double Node0(const MTNode*)
 {
     return F::Apply();
 }
-template <class F, unsigned M>
+template <class F, unsigned int M>
 double Node1(const MTNode* x)
 {
     return F::Apply(Get<M, 0>(x));
 }
-template <class F, unsigned M>
+template <class F, unsigned int M>
 double Node2(const MTNode* x)
 {
     const double a = Get<M, 0>(x);
     return F::Apply(a, Get<M, 1>(x));
 }
-template <class F, unsigned M>
+template <class F, unsigned int M>
 double Node3(const MTNode* x)
 {
     const double a = Get<M, 0>(x);
@@ -192,7 +200,26 @@ double Node3(const MTNode* x)
     return F::Apply(a, b, Get<M, 2>(x));
 }
 
-/// The node function of a built-in code for a mask of child operands; null for other codes.
+template <class F, size_t... M>
+const MTNodeFn* Nodes1(std::index_sequence<M...>)
+{
+    static const MTNodeFn t[] = {&Node1<F, M>...};
+    return t;
+}
+template <class F, size_t... M>
+const MTNodeFn* Nodes2(std::index_sequence<M...>)
+{
+    static const MTNodeFn t[] = {&Node2<F, M>...};
+    return t;
+}
+template <class F, size_t... M>
+const MTNodeFn* Nodes3(std::index_sequence<M...>)
+{
+    static const MTNodeFn t[] = {&Node3<F, M>...};
+    return t;
+}
+
+/// The node function of a built-in code for the operand kinds M; null for other codes.
 MTNodeFn NodeFunction(unsigned int nCode, unsigned int nMask);
 /// Number of operands of a built-in code; -1 for the generic calls.
 int Arity(unsigned int nCode);

@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace MTParserDetail
 {
@@ -36,24 +37,11 @@ MTNodeFn NodeFunction(unsigned int nCode, unsigned int nMask)
 #define QEL_MT_NODE0(Code, Name, Expr)                                                                                 \
     case Code: return &Node0<Name, 0>;
 #define QEL_MT_NODE1(Code, Name, Expr)                                                                                 \
-    case Code:                                                                                                         \
-    {                                                                                                                  \
-        static const MTNodeFn t[2] = {&Node1<Name, 0>, &Node1<Name, 1>};                                               \
-        return t[nMask & 1];                                                                                           \
-    }
+    case Code: return Nodes1<Name>(std::make_index_sequence<3>())[nMask % 3];
 #define QEL_MT_NODE2(Code, Name, Expr)                                                                                 \
-    case Code:                                                                                                         \
-    {                                                                                                                  \
-        static const MTNodeFn t[4] = {&Node2<Name, 0>, &Node2<Name, 1>, &Node2<Name, 2>, &Node2<Name, 3>};             \
-        return t[nMask & 3];                                                                                           \
-    }
+    case Code: return Nodes2<Name>(std::make_index_sequence<9>())[nMask % 9];
 #define QEL_MT_NODE3(Code, Name, Expr)                                                                                 \
-    case Code:                                                                                                         \
-    {                                                                                                                  \
-        static const MTNodeFn t[8] = {&Node3<Name, 0>, &Node3<Name, 1>, &Node3<Name, 2>, &Node3<Name, 3>,              \
-                                      &Node3<Name, 4>, &Node3<Name, 5>, &Node3<Name, 6>, &Node3<Name, 7>};             \
-        return t[nMask & 7];                                                                                           \
-    }
+    case Code: return Nodes3<Name>(std::make_index_sequence<27>())[nMask % 27];
         QEL_MT_BUILTINS(QEL_MT_NODE0, QEL_MT_NODE1, QEL_MT_NODE2, QEL_MT_NODE3)
     default: return nullptr;
     }
@@ -113,6 +101,9 @@ void MTParserProgram::BuildTree()
     std::vector<unsigned int> vecDepth;
     vecDepth.reserve(m_vecCode.size());
     std::unordered_map<const double*, size_t> mapWriter;
+    std::unordered_set<const double*> setConstants;
+    for (const double& f : m_deqConstants)
+        setConstants.insert(&f);
     for (const MTInstruction& c : m_vecCode)
     {
         const int nArity = MTParserDetail::Arity(c.nOp);
@@ -126,14 +117,21 @@ void MTParserProgram::BuildTree()
         const double* operands[3] = {c.pA, c.pB, c.pC};
         for (int i = 0; i < nArity; ++i)
         {
+            const unsigned int nDigit = MTParserDetail::Pow3(static_cast<unsigned int>(i));
             auto it = mapWriter.find(operands[i]);
             if (it == mapWriter.end())
             {
-                cNode.pLeaf[i] = operands[i];
+                if (setConstants.count(operands[i]))
+                {
+                    cNode.cArg[i].fConst = *operands[i];
+                    nMask += MTParserDetail::kNodeConst * nDigit;
+                }
+                else
+                    cNode.cArg[i].pLeaf = operands[i];
                 continue;
             }
-            cNode.pChild[i] = &m_vecNodes[it->second];
-            nMask |= 1u << i;
+            cNode.cArg[i].pChild = &m_vecNodes[it->second];
+            nMask += MTParserDetail::kNodeChild * nDigit;
             if (vecDepth[it->second] + 1 > nDepth)
                 nDepth = vecDepth[it->second] + 1;
             mapWriter.erase(it);

@@ -53,12 +53,20 @@ struct MTInstruction
 struct MTNode;
 typedef double (*MTNodeFn)(const MTNode*);
 
-/// A node of the tree form: operand i is a child node when pChild[i] is set, else *pLeaf[i].
+/// An operand of a node: a value read through a pointer, a child node, or a constant kept in place.
+/// Which one is encoded in the node's function, so nothing is tested while evaluating.
+union MTNodeOperand
+{
+    const double* pLeaf;
+    const MTNode* pChild;
+    double fConst;
+};
+
+/// A node of the tree form.
 struct MTNode
 {
     MTNodeFn pfnEval;
-    const double* pLeaf[3];
-    const MTNode* pChild[3];
+    MTNodeOperand cArg[3];
 };
 
 /// A compiled expression: a flat list of instructions over a fixed set of temporaries and, when the
