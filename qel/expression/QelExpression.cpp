@@ -7,6 +7,8 @@
 #include "qel/expression/MTParser/MTParserRegistrar.h"
 #include "qel/expression/MTParser/MemVariableFactory.h"
 #include "qel/framework/QelSysApp.h"
+#include "qel/properties/QelProperty.h"
+#include "qel/properties/QelPropertyContainer.h"
 
 #include <cctype>
 #include <map>
@@ -131,9 +133,16 @@ void QelExpressionDef::RebuildBindings()
 
 bool QelExpressionDef::ReadProperty(const std::string& strName, double& fValue) const
 {
-    (void)strName;
-    (void)fValue;
-    return false;
+    // Looked up by name at every evaluation, never cached: a deleted or renamed property simply stops
+    // being found, and the variable falls back to a global of that name, or 0.0.
+    QelPropertyContainer* pContainer = m_pProperty->GetContainer();
+    QelProperty* pSource = pContainer ? pContainer->GetProperty(strName) : nullptr;
+    if (!pSource)
+        return false;
+    // Pulls the source, which evaluates its own expression. A cycle ends at the property already
+    // being pulled, which gives its stored value; so does a property that names itself.
+    fValue = pSource->GetAsDouble();
+    return true;
 }
 
 void QelExpressionDef::RefreshBindings()
@@ -184,7 +193,13 @@ QelExpression::~QelExpression()
 std::string QelExpression::SetExpression(const std::string& strText)
 {
     const std::string strError = m_pDef->Compile(strText);
-    if (!strError.empty())
+    if (strError.empty())
+        return strError;
+    if (m_pDef->m_pProperty)
+        QelSysApp::App().PrintToConsole("<warning> %s - Invalid expression [%s]: %s\n",
+                                        m_pDef->m_pProperty->GetFullName().c_str(), Shorten(strText).c_str(),
+                                        strError.c_str());
+    else
         QelSysApp::App().PrintToConsole("<warning> Invalid expression [%s]: %s\n", Shorten(strText).c_str(),
                                         strError.c_str());
     return strError;

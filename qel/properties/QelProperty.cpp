@@ -1,5 +1,6 @@
 #include "qel/properties/QelProperty.h"
 
+#include "qel/expression/QelExpression.h"
 #include "qel/framework/QelSysApp.h"
 #include "qel/properties/QelMultiProperty.h"
 #include "qel/properties/QelPropertyContainer.h"
@@ -647,29 +648,43 @@ void QelProperty::SetHistoryChangedFlag(bool bChanged)
 }
 
 // ---- Expression binding ----
-// The property owns m_pExpression. The expression engine binds it in SetExpression, returns its
-// text in GetExpression, evaluates it into m_cValue in EvaluateExpression (run by every pull) and
-// frees it in ReleaseExpression (run by the destructor). Until an engine is linked none is bound.
+// The property owns m_pExpression and evaluates it on every pull; the value is stored without being
+// announced, since it is derived: the properties it reads announce their own changes.
 
 std::string QelProperty::SetExpression(const std::string& strExpression)
 {
-    if (strExpression.empty())
+    ReleaseExpression();
+    if (QelExpression::ExpressionIsBlank(strExpression))
         return std::string();
-    std::string strReason = "No expression engine is linked";
-    QelSysApp::App().PrintToConsole("<warning> %s - %s; expression [%s] ignored\n", GetFullName().c_str(),
-                                    strReason.c_str(), strExpression.c_str());
-    return strReason;
+    QelExpression* pExpression = new QelExpression(this);
+    const std::string strError = pExpression->SetExpression(strExpression);
+    if (!strError.empty())
+    {
+        delete pExpression;
+        return strError;
+    }
+    m_pExpression = pExpression;
+    ValueChanged();
+    return std::string();
 }
 
 void QelProperty::GetExpression(std::string& strExpression) const
 {
     strExpression.clear();
+    if (m_pExpression)
+        m_pExpression->GetExpression(strExpression);
 }
 
-void QelProperty::EvaluateExpression() {}
+void QelProperty::EvaluateExpression()
+{
+    const double dValue = m_pExpression->Evaluate();
+    m_cValue = QelVariant(std::max(std::min(dValue, m_dClampMax), m_dClampMin));
+    Convert();
+}
 
 void QelProperty::ReleaseExpression()
 {
+    delete m_pExpression;
     m_pExpression = nullptr;
 }
 

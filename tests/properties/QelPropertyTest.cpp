@@ -303,21 +303,6 @@ TEST(QelProperty, CopiesCarryValueClampAndEnumerationButNotTheContainer)
     EXPECT_EQ(pTarget->GetAsInt(), 2);
 }
 
-TEST(QelProperty, ExpressionsNeedAnEngine)
-{
-    QelCapture cap;
-    Counting box;
-    QelProperty* p = box.CreateProperty("Angle", eDataReal);
-    EXPECT_FALSE(p->HasExpression());
-    EXPECT_EQ(p->SetExpression("sin(pi)"), "No expression engine is linked");
-    EXPECT_FALSE(p->HasExpression());
-    std::string strText = "stale";
-    p->GetExpression(strText);
-    EXPECT_EQ(strText, "");
-    ASSERT_EQ(cap.Messages().size(), 1u);
-    EXPECT_EQ(cap.Messages()[0], "<warning> Box.Angle - No expression engine is linked; expression [sin(pi)] ignored\n");
-}
-
 TEST(QelProperty, DriveByValueGoesThroughTheTypedSetter)
 {
     Counting box;
