@@ -1,5 +1,7 @@
 #include "QelDemo.h"
 
+#include "qel/properties/QelProperty.h"
+#include "qel/properties/QelPropertyHistory.h"
 #include "qel/properties/QelVariant.h"
 #include "qel/util/QelTextScanner.h"
 #include "qel/util/QelUnitConverter.h"
@@ -64,15 +66,24 @@ void Run(QelDemoApp&)
                 scanner.LineNum(), scanner.BytesRead(), scanner.CharsProcessed());
     scanner.Close();
 
-    // The temperature readings form a series of variant values, as a property's history holds them.
+    // The readings become the history of a temperature property, which is then converted whole.
+    QelProperty temperature("Temperature", nullptr, eDataReal);
+    for (const QelVariant& v : vCelsius)
+        temperature.AppendHistory(QelVariant(double(v))); // the history of a Real property holds Reals
+    const std::vector<QelVariant> vCelsiusHistory = *temperature.History().GetRaw();
     std::vector<QelVariant> vFahrenheit, vKelvin;
-    QelUnitConverter::ConvertHistory(vCelsius, QelUnitConverter::eCelsius, vFahrenheit, QelUnitConverter::eFahrenheit);
-    QelUnitConverter::ConvertHistory(vCelsius, QelUnitConverter::eCelsius, vKelvin, QelUnitConverter::eKelvin);
+    QelUnitConverter::ConvertHistory(vCelsiusHistory, QelUnitConverter::eCelsius, vFahrenheit,
+                                     QelUnitConverter::eFahrenheit);
+    QelUnitConverter::ConvertHistory(vCelsiusHistory, QelUnitConverter::eCelsius, vKelvin, QelUnitConverter::eKelvin);
+    temperature.SetHistory(vFahrenheit);
+    const std::vector<QelVariant>& vStored = *temperature.History().GetRaw();
     std::vector<double> vMinutes;
     QelUnitConverter::ConvertArray(vSeconds, QelUnitConverter::eSeconds, vMinutes, QelUnitConverter::eMinutes);
+    std::printf("  history of %s, converted from Celsius and stored back in Fahrenheit:\n",
+                temperature.GetName().c_str());
     std::printf("  %-8s %-10s %-10s %-10s\n", "minutes", "Celsius", "Fahrenheit", "Kelvin");
-    for (size_t i = 0; i < vCelsius.size() && i < vMinutes.size(); ++i)
-        std::printf("  %-8g %-10g %-10g %-10g\n", vMinutes[i], double(vCelsius[i]), double(vFahrenheit[i]),
+    for (size_t i = 0; i < vStored.size() && i < vMinutes.size(); ++i)
+        std::printf("  %-8g %-10g %-10g %-10g\n", vMinutes[i], double(vCelsiusHistory[i]), double(vStored[i]),
                     double(vKelvin[i]));
 
     double dResult = 0.0;
