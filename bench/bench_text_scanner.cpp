@@ -103,6 +103,24 @@ void BM_QelTextScanner(benchmark::State& state)
     state.counters["words"] = double(nWords);
 }
 
+/// The same without classification: what the type tests cost.
+void BM_QelTextScannerUnclassified(benchmark::State& state)
+{
+    const TestFile& file = File();
+    size_t nWords = 0;
+    for (auto _ : state)
+    {
+        QelTextScanner scanner;
+        scanner.SetSpaceDelimiter(true);
+        scanner.Open(file.Path());
+        nWords = 0;
+        while (scanner.NextWord(true))
+            ++nWords;
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(file.Size()));
+    state.counters["words"] = double(nWords);
+}
+
 void BM_Fscanf(benchmark::State& state)
 {
     const TestFile& file = File();
@@ -219,6 +237,7 @@ void BM_ReadIntoMemory(benchmark::State& state)
 } // namespace
 
 BENCHMARK(BM_QelTextScanner)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_QelTextScannerUnclassified)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_Fscanf)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_BareSplit)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_BareCount)->Unit(benchmark::kMillisecond)->MinTime(2.0);

@@ -729,17 +729,6 @@ const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool
         // so that null means the end of the file.
         bClassify = true;
     }
-    return ReadWord(eType, bClassify);
-}
-
-const char* QelTextScanner::NextWord(bool bAcrossLines)
-{
-    QelDataType eType = eDataString;
-    return NextWord(eType, bAcrossLines, false);
-}
-
-inline const char* QelTextScanner::ReadWord(QelDataType& eType, bool bClassify)
-{
     const char* pStart = m_pLinePos;
     if (m_bCommaDelimiter && pStart == m_pLineBuffer && *pStart == ',')
     {
@@ -794,6 +783,12 @@ inline const char* QelTextScanner::ReadWord(QelDataType& eType, bool bClassify)
     m_pLinePos = const_cast<char*>(p);
     m_nCharsProcessed += p - pStart;
     return m_szWord;
+}
+
+const char* QelTextScanner::NextWord(bool bAcrossLines)
+{
+    QelDataType eType = eDataString;
+    return NextWord(eType, bAcrossLines, false);
 }
 
 bool QelTextScanner::IsColor(const char* pWord, int nLength) { return ColorWord(pWord, nLength); }

@@ -91,7 +91,6 @@ private:
         eStreamBufferSize = 65536
     };
 
-    const char* ReadWord(QelDataType& eType, bool bClassify);
     bool UseTable();
     const char* SkipDelimiters(const char* p, bool bSkipComma);
     void BuildStopTable();
