@@ -768,15 +768,16 @@ const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool
             n = eMaxWordSize;
             QelSysApp::App().PrintToConsole("<warning> Max word size of %d reached\n", int(eMaxWordSize));
         }
+        // Classified from the line before the word is stored: the 16 bytes just searched are
+        // still at hand, and a load over fresh stores would stall.
+        if (bClassify)
+            eType = Classify(p, n, m_bReadIntsAsFloats);
         if (n <= 32)
             std::memcpy(m_szWord, p, 32); // one fixed-size move; the slack keeps it inside the line
         else
             std::memcpy(m_szWord, p, size_t(n));
         m_szWord[n] = '\0';
         m_nWordLength = n;
-        // Classified from the line, not the word just stored: a load over fresh stores would stall.
-        if (bClassify)
-            eType = Classify(p, n, m_bReadIntsAsFloats);
         p += n;
     }
     p = SkipDelimiters(p, false);
