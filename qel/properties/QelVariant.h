@@ -110,8 +110,11 @@ public:
         return (m_eType == eDataInteger || m_eType == eDataColor) ? m_nColor : unsigned(ConvertToInt());
     }
     operator unsigned long() const { return (unsigned long)(unsigned int)(*this); }
-    operator float() const { return m_eType == eDataReal ? m_fValue : ConvertToFloat(); }
-    operator double() const { return m_eType == eDataReal ? m_fValue : ConvertToFloat(); }
+    operator float() const
+    {
+        return m_eType == eDataReal ? m_fValue : (m_eType == eDataInteger ? float(m_nValue) : ConvertToFloat());
+    }
+    operator double() const { return float(*this); }
     operator std::string() const { return IsStringType(m_eType) ? *m_pString : ConvertToString(); }
     operator QelInput*() const { return m_eType == eDataInputObject ? m_pInput : nullptr; }
     operator QelDisplayObject*() const { return m_eType == eDataDisplayObject ? m_pDisplayObject : nullptr; }
