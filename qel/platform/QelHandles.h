@@ -6,6 +6,7 @@
 #  include <windows.h>
 #  include <oaidl.h>
 class CWnd;
+class CFrameWnd;
 #else
 struct HWND__;
 struct HGLRC__;
@@ -26,6 +27,8 @@ typedef HBITMAP__* HBITMAP;
 typedef HDC__* HDC;
 /// The host's window class (its main frame and views); opaque to the library.
 class CWnd;
+/// The host's frame window class; opaque to the library.
+class CFrameWnd;
 /// The host's scripting interface; opaque to the library.
 struct IDispatch;
 #endif
