@@ -14,6 +14,7 @@
 
 // framework
 #include "qel/framework/QelBase.h"
+#include "qel/framework/QelNode.h"
 #include "qel/framework/QelObjectMessage.h"
 #include "qel/framework/QelPlugin.h"
 #include "qel/framework/QelPluginAttributes.h"
@@ -58,6 +59,11 @@
 #include "qel/expression/QelExpression.h"
 
 // display
+#include "qel/display/QelDisplayObject.h"
+#include "qel/display/QelDisplaySystem.h"
+#include "qel/display/QelKeyState.h"
+#include "qel/display/QelMouseState.h"
+#include "qel/display/QelTransform.h"
 
 // util
 #include "qel/util/QelTextScanner.h"

@@ -1,0 +1,272 @@
+#include "QelDemo.h"
+
+#include "qel/display/QelDisplayObject.h"
+#include "qel/display/QelDisplaySystem.h"
+#include "qel/math/QelMatrix4.h"
+#include "qel/math/QelVec3.h"
+#include "qel/math/QelVec4.h"
+
+#include <GL/glew.h>
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+#include <zlib.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace
+{
+const int kSize = 256;
+
+/// A surfaceless EGL context with a colour+depth framebuffer object to draw into, so the demo
+/// renders without a display.
+class OffscreenTarget
+{
+public:
+    bool Create(int nWidth, int nHeight, std::string& strWhy)
+    {
+        setenv("EGL_PLATFORM", "surfaceless", 0);
+        auto getPlatformDisplay =
+            reinterpret_cast<PFNEGLGETPLATFORMDISPLAYEXTPROC>(eglGetProcAddress("eglGetPlatformDisplayEXT"));
+        if (getPlatformDisplay)
+            m_pDisplay = getPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
+        if (m_pDisplay == EGL_NO_DISPLAY)
+            m_pDisplay = eglGetDisplay(EGL_DEFAULT_DISPLAY);
+        EGLint nMajor = 0, nMinor = 0;
+        if (m_pDisplay == EGL_NO_DISPLAY || !eglInitialize(m_pDisplay, &nMajor, &nMinor))
+            return Fail(strWhy, "no EGL display");
+        if (!eglBindAPI(EGL_OPENGL_API))
+            return Fail(strWhy, "desktop OpenGL is not available through EGL");
+        const EGLint configAttribs[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};
+        EGLConfig config = nullptr;
+        EGLint nConfigs = 0;
+        eglChooseConfig(m_pDisplay, configAttribs, &config, 1, &nConfigs);
+        const EGLint ctxAttribs[] = {EGL_CONTEXT_OPENGL_PROFILE_MASK, EGL_CONTEXT_OPENGL_COMPATIBILITY_PROFILE_BIT,
+                                     EGL_NONE};
+        m_pContext = eglCreateContext(m_pDisplay, nConfigs ? config : nullptr, EGL_NO_CONTEXT, ctxAttribs);
+        if (m_pContext == EGL_NO_CONTEXT)
+            return Fail(strWhy, "eglCreateContext failed");
+        if (!eglMakeCurrent(m_pDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, m_pContext))
+            return Fail(strWhy, "eglMakeCurrent without a surface failed");
+        // Without an X display GLEW answers "no GLX display" (4) after loading every entry point.
+        GLenum nErr = glewInit();
+        if ((nErr != GLEW_OK && nErr != 4) || !glGenFramebuffers)
+            return Fail(strWhy, "no framebuffer objects");
+        glGenFramebuffers(1, &m_nFbo);
+        glBindFramebuffer(GL_FRAMEBUFFER, m_nFbo);
+        glGenRenderbuffers(2, m_nRenderbuffers);
+        glBindRenderbuffer(GL_RENDERBUFFER, m_nRenderbuffers[0]);
+        glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, nWidth, nHeight);
+        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, m_nRenderbuffers[0]);
+        glBindRenderbuffer(GL_RENDERBUFFER, m_nRenderbuffers[1]);
+        glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT24, nWidth, nHeight);
+        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, m_nRenderbuffers[1]);
+        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE)
+            return Fail(strWhy, "offscreen framebuffer incomplete");
+        glDrawBuffer(GL_COLOR_ATTACHMENT0);
+        glReadBuffer(GL_COLOR_ATTACHMENT0);
+        return true;
+    }
+
+    ~OffscreenTarget()
+    {
+        if (m_nFbo)
+        {
+            glDeleteRenderbuffers(2, m_nRenderbuffers);
+            glDeleteFramebuffers(1, &m_nFbo);
+        }
+        if (m_pContext != EGL_NO_CONTEXT)
+        {
+            eglMakeCurrent(m_pDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+            eglDestroyContext(m_pDisplay, m_pContext);
+        }
+    }
+
+private:
+    static bool Fail(std::string& strWhy, const char* pWhy)
+    {
+        strWhy = pWhy;
+        return false;
+    }
+
+    EGLDisplay m_pDisplay = EGL_NO_DISPLAY;
+    EGLContext m_pContext = EGL_NO_CONTEXT;
+    GLuint m_nFbo = 0;
+    GLuint m_nRenderbuffers[2] = {0, 0};
+};
+
+void PutBigEndian(std::vector<unsigned char>& vOut, uint32_t n)
+{
+    for (int nShift = 24; nShift >= 0; nShift -= 8)
+        vOut.push_back(static_cast<unsigned char>(n >> nShift));
+}
+
+void PutChunk(std::vector<unsigned char>& vOut, const char* pType, const std::vector<unsigned char>& vData)
+{
+    PutBigEndian(vOut, static_cast<uint32_t>(vData.size()));
+    size_t nStart = vOut.size();
+    vOut.insert(vOut.end(), pType, pType + 4);
+    vOut.insert(vOut.end(), vData.begin(), vData.end());
+    uLong nCrc = crc32(0L, vOut.data() + nStart, static_cast<uInt>(vOut.size() - nStart));
+    PutBigEndian(vOut, static_cast<uint32_t>(nCrc));
+}
+
+/// Writes 8-bit RGBA pixels, given bottom row first as OpenGL reads them, as a PNG file.
+bool WritePng(const std::string& strPath, int nWidth, int nHeight, const std::vector<unsigned char>& vRgba)
+{
+    // Each PNG row starts with its filter byte (0: none) and rows run top to bottom.
+    std::vector<unsigned char> vRaw;
+    vRaw.reserve(size_t(nHeight) * (size_t(nWidth) * 4 + 1));
+    for (int y = nHeight - 1; y >= 0; --y)
+    {
+        vRaw.push_back(0);
+        const unsigned char* pRow = vRgba.data() + size_t(y) * size_t(nWidth) * 4;
+        vRaw.insert(vRaw.end(), pRow, pRow + size_t(nWidth) * 4);
+    }
+    uLongf nPacked = compressBound(static_cast<uLong>(vRaw.size()));
+    std::vector<unsigned char> vPacked(nPacked);
+    if (compress2(vPacked.data(), &nPacked, vRaw.data(), static_cast<uLong>(vRaw.size()), 9) != Z_OK)
+        return false;
+    vPacked.resize(nPacked);
+
+    std::vector<unsigned char> vFile = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    std::vector<unsigned char> vHeader;
+    PutBigEndian(vHeader, static_cast<uint32_t>(nWidth));
+    PutBigEndian(vHeader, static_cast<uint32_t>(nHeight));
+    vHeader.insert(vHeader.end(), {8, 6, 0, 0, 0}); // 8 bits, RGBA, deflate, adaptive filters, no interlace
+    PutChunk(vFile, "IHDR", vHeader);
+    PutChunk(vFile, "IDAT", vPacked);
+    PutChunk(vFile, "IEND", {});
+
+    FILE* pFile = std::fopen(strPath.c_str(), "wb");
+    if (!pFile)
+        return false;
+    bool bOk = std::fwrite(vFile.data(), 1, vFile.size(), pFile) == vFile.size();
+    return std::fclose(pFile) == 0 && bOk;
+}
+
+/// A flat colored square of side 1 about its origin, with a white tab on its local +X edge so
+/// that its orientation shows in the picture.
+class DemoTile : public QelDisplayObject
+{
+public:
+    DemoTile(const char* pName, float fRed, float fGreen, float fBlue) : m_fRed(fRed), m_fGreen(fGreen), m_fBlue(fBlue)
+    {
+        SetName(pName);
+        AddTransformProperties(true, true, true);
+    }
+
+    void Draw() override
+    {
+        glColor3f(m_fRed, m_fGreen, m_fBlue);
+        glBegin(GL_QUADS);
+        glVertex2f(-0.5f, -0.5f);
+        glVertex2f(0.5f, -0.5f);
+        glVertex2f(0.5f, 0.5f);
+        glVertex2f(-0.5f, 0.5f);
+        glColor3f(1.0f, 1.0f, 1.0f);
+        glVertex2f(0.3f, -0.15f);
+        glVertex2f(0.5f, -0.15f);
+        glVertex2f(0.5f, 0.15f);
+        glVertex2f(0.3f, 0.15f);
+        glEnd();
+    }
+
+private:
+    float m_fRed, m_fGreen, m_fBlue;
+};
+
+/// The demo's viewport: it clears with its own color and draws one scene root.
+class DemoView : public QelDisplaySystem
+{
+public:
+    explicit DemoView(QelDisplayObject* pRoot) : m_pRoot(pRoot) { SetName("Demo View"); }
+
+    QelVec4 GetClearColor() override { return QelVec4(0.08f, 0.09f, 0.12f, 1.0f); }
+    bool IsManagingScreenClears() override { return true; }
+
+    void Draw() override
+    {
+        unsigned int nWidth = 0, nHeight = 0;
+        GetWindowSize(nWidth, nHeight);
+        SetViewport(0, 0, int(nWidth), int(nHeight));
+        QelVec4 vColor = GetClearColor();
+        glClearColor(vColor.x, vColor.y, vColor.z, vColor.w);
+        glClear(GetClearBit());
+        glMatrixMode(GL_PROJECTION);
+        glLoadIdentity();
+        glOrtho(-4.0, 4.0, -4.0, 4.0, -1.0, 1.0);
+        glMatrixMode(GL_MODELVIEW);
+        glLoadIdentity();
+        m_pRoot->Render();
+        ResetRedrawFlag();
+    }
+
+private:
+    QelDisplayObject* m_pRoot;
+};
+
+void Run(QelDemoApp&)
+{
+    OffscreenTarget target;
+    std::string strWhy;
+    if (!target.Create(kSize, kSize, strWhy))
+    {
+        std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
+        return;
+    }
+
+    // The root keeps the default transform: a quarter turn about Z, so its children's +X is up.
+    DemoTile root("Base", 0.35f, 0.35f, 0.40f);
+    root.SetScale(QelVec3(1.5f, 1.5f, 1.0f));
+    DemoTile arm("Arm", 0.85f, 0.20f, 0.15f);
+    arm.SetTransform(QelVec3(1.5f, 0.0f, 0.0f), QelVec4(0.0f, 0.0f, 1.0f, 0.0f), QelVec3(1.0f, 0.5f, 1.0f));
+    DemoTile hand("Hand", 0.95f, 0.80f, 0.20f);
+    hand.SetTransform(QelVec3(0.8f, 0.0f, 0.0f), QelVec4(0.0f, 0.0f, 1.0f, -45.0f), QelVec3(0.5f, 1.0f, 1.0f));
+    DemoTile side("Side", 0.20f, 0.65f, 0.30f);
+    side.SetTransform(QelVec3(0.0f, 1.5f, 0.0f), QelVec4(0.0f, 0.0f, 1.0f, 30.0f), QelVec3(0.8f, 0.8f, 1.0f));
+    DemoTile ghost("Ghost", 0.20f, 0.40f, 0.95f);
+    ghost.SetTranslation(QelVec3(-1.5f, 0.0f, 0.0f));
+    ghost.Hide(true);
+
+    root.AddChild(&arm);
+    arm.AddChild(&hand);
+    root.AddChild(&side);
+    root.AddChild(&ghost);
+
+    DemoView view(&root);
+    QelDisplaySystem::SetCurrentViewportInfo(0, 0, kSize, kSize, 1, 1);
+    view.WindowResized(kSize, kSize);
+    std::printf("  %s: %dx%d, needs a redraw: %s\n", view.GetName().c_str(), kSize, kSize,
+                view.NeedsRedraw() ? "yes" : "no");
+
+    std::printf("  scene (world position of each origin; the root turns everything a quarter turn):\n");
+    root.Traverse(QelMatrix4(true), [](QelDisplayObject& object, const QelMatrix4& mWorld) {
+        auto fnTidy = [](float f) { return std::fabs(f) < 0.005f ? 0.0f : f; }; // no "-0.00"
+        std::printf("    %-5s at (%5.2f, %5.2f)\n", object.GetName().c_str(), fnTidy(mWorld[12]), fnTidy(mWorld[13]));
+    });
+    std::printf("    %-5s is hidden and is not drawn\n", ghost.GetName().c_str());
+
+    view.Draw();
+    glFinish();
+    std::vector<unsigned char> vPixels(size_t(kSize) * kSize * 4);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadPixels(0, 0, kSize, kSize, GL_RGBA, GL_UNSIGNED_BYTE, vPixels.data());
+    std::printf("  drawn; needs a redraw now: %s\n", view.NeedsRedraw() ? "yes" : "no");
+
+    std::string strPath = QelDemoOutputDir() + "/display-scene.png";
+    if (WritePng(strPath, kSize, kSize, vPixels))
+        std::printf("  frame written to %s\n", strPath.c_str());
+    else
+        std::printf("  could not write %s\n", strPath.c_str());
+
+    // Remove the links in a defined order before the stack objects go away.
+    QelDisplaySystem::SetCurrentViewportInfo(0, 0, 0, 0, 0, 0);
+    root.OnDelete();
+}
+
+QelDemoSection s_section(70, "Display system, transforms and a scene drawn offscreen", Run);
+} // namespace

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "qel/display/QelTransform.h"
+#include "qel/math/QelBox3.h"
+#include "qel/math/QelVec3.h"
+#include "qel/platform/QelExport.h"
+
+#include <string>
+
+/// Base of every object with a place in the 3D scene: a transform plus a hidden state, local
+/// extents, a cull radius derived from them, a minimum on-screen size and look directions.
+class QEL_EXPORT QelNode : public QelTransform
+{
+public:
+    QelNode();
+    explicit QelNode(const QelPluginAttributes& attributes);
+    /// Copies the transform part, the hidden flag, the extents and the cull radius.
+    QelNode(const QelNode& other);
+    QelNode& operator=(const QelNode& other);
+    ~QelNode() override;
+
+    virtual void Hide(bool bHide);
+    virtual void ToggleHidden();
+    virtual bool IsHidden() const;
+    /// Whether hiding this node hides its children too; false: a hidden node only hides itself.
+    virtual bool AreChildrenHiddenWithParent() const;
+    virtual bool ContributesToSceneExtents();
+    /// Smallest on-screen size in pixels at which the node is worth drawing; 0 here.
+    virtual unsigned int GetMinimumPixelThreshold() const;
+    virtual bool IsAboveMinimumPixelThreshold(unsigned int nPixels) const;
+    /// Look (1, 0, 0) and up (0, 1, 1). The up vector is deliberately neither unit length nor
+    /// perpendicular to the look vector; nodes with a real orientation override this.
+    virtual void GetLookVectors(QelVec3& vLook, QelVec3& vUp) const;
+
+    /// Adds no calculation of its own: the transform's change detection still runs, so that a
+    /// node's matrix follows its properties.
+    void Calculate() override;
+    /// Empty here.
+    std::string GetPropertyDescription(const QelProperty* pProperty) override;
+
+    QelBox3 GetExtents() const { return m_cExtents; }
+    /// Stores the local extents and derives the cull radius: the farthest corner's distance from the
+    /// local origin, or 0 for an invalid box. Setting the same box again changes nothing.
+    void SetExtents(const QelBox3& cExtents);
+    /// 3.4028235e38 until extents are set: a node without extents is never culled.
+    float GetCullRadius() const { return m_fCullRadius; }
+    /// Does nothing here; derived nodes add their own properties.
+    void AddNodeProperties(bool, bool, bool, bool) {}
+
+private:
+    bool m_bHidden = false;
+    QelBox3 m_cExtents;
+    float m_fCullRadius;
+};
