@@ -16,25 +16,12 @@ const unsigned int kClear = 0xFF000000u; // opaque black
 const unsigned int kRed = 0xFF0000FFu;
 const unsigned int kGreen = 0xFF00FF00u;
 
-struct Rect
-{
-    GLint x, y, w, h;
-};
-
-Rect Get(GLenum eWhat)
+void ExpectRect(GLenum eWhat, GLint x, GLint y, GLint w, GLint h)
 {
     GLint n[4] = {-1, -1, -1, -1};
     glGetIntegerv(eWhat, n);
-    return Rect{n[0], n[1], n[2], n[3]};
-}
-
-void ExpectRect(GLenum eWhat, GLint x, GLint y, GLint w, GLint h)
-{
-    Rect r = Get(eWhat);
-    EXPECT_EQ(r.x, x);
-    EXPECT_EQ(r.y, y);
-    EXPECT_EQ(r.w, w);
-    EXPECT_EQ(r.h, h);
+    EXPECT_EQ(std::vector<GLint>(n, n + 4), std::vector<GLint>({x, y, w, h}))
+        << (eWhat == GL_VIEWPORT ? "viewport" : "scissor");
 }
 
 /// A square of side 0.25 (in clip units) about (m_fOffsetX, 0) of its own coordinates, in one color.
