@@ -100,19 +100,23 @@ void QelTransform::AddTransformProperties(bool bTranslation, bool bRotation, boo
         return;
     if (!m_pTable)
         m_pTable = new QelProperty*[eTransformPropertyCount]();
-    const bool bWanted[3] = {bTranslation, bRotation, bScale};
+    // Only groups made now get their initial values: a second call keeps what the user set.
+    bool bMade[3] = {bTranslation, bRotation, bScale};
     for (int g = 0; g < 3; ++g)
     {
-        if (!bWanted[g] || m_pTable[kGroupBegin[g]])
+        if (!bMade[g] || m_pTable[kGroupBegin[g]])
+        {
+            bMade[g] = false;
             continue;
+        }
         for (int i = kGroupBegin[g]; i < kGroupEnd[g]; ++i)
             m_pTable[i] = CreateProperty(kPropertyNames[i], IsButtonIndex(i) ? eDataBoolean : eDataReal);
     }
-    if (bTranslation)
+    if (bMade[0])
         SetTranslation(QelVec3(0.0f, 0.0f, 0.0f));
-    if (bRotation)
+    if (bMade[1])
         SetRotation(QelVec4(0.0f, 0.0f, 1.0f, 90.0f));
-    if (bScale)
+    if (bMade[2])
         SetScale(QelVec3(1.0f, 1.0f, 1.0f));
 }
 

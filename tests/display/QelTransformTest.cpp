@@ -49,9 +49,15 @@ TEST(QelTransform, FourteenPropertiesAndTheQuarterTurnByDefault)
         "Transform:Scale:X", "Transform:Scale:Y", "Transform:Scale:Z", "Transform:Scale:Uniform",
         "Transform:Scale:Reset scaling"};
     const float kInitial[] = {0, 0, 0, 0, 0, 0, 1, 90, 0, 1, 1, 1, 1, 0};
+    QelTransform later;
+    later.AddTransformProperties(false, true, false);
+    later.SetRotation(QelVec4(1, 0, 0, 10));
+    later.AddTransformProperties(true, true, true); // adds the missing groups, keeps the rotation
+    EXPECT_EQ(later.GetPropertyCount(), 14);
+    EXPECT_EQ(later.GetRotation(), QelVec4(1, 0, 0, 10));
+
     QelTransform t;
     t.AddTransformProperties(true, true, true);
-    t.AddTransformProperties(true, true, true); // a second call adds nothing
     std::vector<QelProperty*> vList;
     t.GetProperties(vList, false);
     ASSERT_EQ(vList.size(), 14u);
