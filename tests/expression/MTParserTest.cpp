@@ -5,6 +5,7 @@
 #include "qel/expression/MTParser/MTParserRegistrar.h"
 #include "qel/expression/MTParser/MemVariableEvaluator.h"
 #include "qel/expression/MTParser/MemVariableFactory.h"
+#include "qel/platform/QelRandom.h"
 #include "tests/support/QelTestApp.h"
 
 #include <gtest/gtest.h>
@@ -201,7 +202,8 @@ TEST(MTParserCompiler, TreeAndFlatFormsAgree)
         "norm(a, b, c) + norm_clamp(a, b, c) + clamp(a, b, c) + interp(a, b, c) + if_else(a - b, b, c)",
         "asin(a / 10) + acos(b / 10) + atan(c) + sinh(a) + cosh(b) + tanh(c) + tan(a)",
         "ln(b) + log(c) + sigmoid(a) + ceil(b) + floor(c) + fact(a) + radtodeg(b) + degtorad(c)",
-        "a * b * c + a", "a + a * b", "(a*b) + (c*a)", "1 / (a - a)"};
+        "a * b * c + a", "a + a * b", "(a*b) + (c*a)", "1 / (a - a)", "sin(a) * b + sqrt(c)",
+        "sqrt(c) + a ^ 2", "a ^ 2 + sqrt(c)", "(a + b) + c * a", "rand() + a * b", "rand(a, b) * rand() + (rand() + rand() * a)"};
     const double values[][3] = {{1.5, -2.25, 3.0}, {0.0, 0.0, 0.0}, {-7.0, 3.5, 0.125}, {4.0, 4.0, -1.0}};
     std::string strWrap;
     for (unsigned int i = 0; i < MTParserProgram::kMaxTreeDepth + 5; ++i)
@@ -220,7 +222,10 @@ TEST(MTParserCompiler, TreeAndFlatFormsAgree)
             f.Get("a")->SetValue(v[0]);
             f.Get("b")->SetValue(v[1]);
             f.Get("c")->SetValue(v[2]);
-            const double fTree = cTree.Evaluate(), fFlat = cFlat.Evaluate();
+            QelSRand(5);
+            const double fTree = cTree.Evaluate();
+            QelSRand(5);
+            const double fFlat = cFlat.Evaluate();
             if (std::isnan(fTree))
                 EXPECT_TRUE(std::isnan(fFlat)) << pText;
             else

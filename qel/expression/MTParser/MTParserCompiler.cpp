@@ -249,10 +249,12 @@ Operand MTCompilation::EmitRaw(int nCode, void* pExtra, const Operand* pArgs, un
     if (nCode == eMTAdd && !vecCode.empty() && (vecCode.back().nOp == eMTMul || vecCode.back().nOp == eMTSquare))
     {
         // a*b + c in one step: the product is a temporary nobody else reads. Addition commutes
-        // exactly, so the product may be either operand.
+        // exactly, so the product may be either operand, but the tree form evaluates the fused
+        // operands in order: a computed left operand stays first (rand draws keep their order).
         MTInstruction& cLast = vecCode.back();
         for (int k = 0; k < 2; ++k)
-            if (pArgs[k].eKind == Operand::eTemp && pArgs[k].pData == cLast.pDst)
+            if (pArgs[k].eKind == Operand::eTemp && pArgs[k].pData == cLast.pDst &&
+                !(k == 1 && pArgs[0].eKind == Operand::eTemp))
             {
                 if (cLast.nOp == eMTMul)
                 {

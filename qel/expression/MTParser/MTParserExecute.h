@@ -44,6 +44,13 @@ QEL_MT_INLINE double ClampTo(double v, double lo, double hi)
 QEL_MT_INLINE double Min2(double a, double b) { return b < a ? b : a; }
 QEL_MT_INLINE double Max2(double a, double b) { return a < b ? b : a; }
 QEL_MT_INLINE double Bool(bool b) { return b ? 1.0 : 0.0; }
+// Product and sum in two statements, so no compiler contracts them into one fused multiply-add:
+// the fused forms must round exactly like the separate operations.
+QEL_MT_INLINE double MulThenAdd(double a, double b, double c)
+{
+    const double p = a * b;
+    return p + c;
+}
 
 #define QEL_MT_OP0(Name, Expr)                                                                                         \
     struct Name                                                                                                        \
@@ -115,9 +122,9 @@ QEL_MT_INLINE double Bool(bool b) { return b ? 1.0 : 0.0; }
     X3(eMTClamp, OpClamp, ClampTo(a, b, c))                                                                            \
     X3(eMTInterp, OpInterp, b + a * (c - b))                                                                           \
     X3(eMTIfElse, OpIfElse, a != 0.0 ? b : c)                                                                          \
-    X3(eMTMulAdd, OpMulAdd, a * b + c)                                                                                 \
+    X3(eMTMulAdd, OpMulAdd, MulThenAdd(a, b, c))                                                                                 \
     X1(eMTSquare, OpSquare, a * a)                                                                                     \
-    X2(eMTSquareAdd, OpSquareAdd, a * a + b)
+    X2(eMTSquareAdd, OpSquareAdd, MulThenAdd(a, a, b))
 
 #define QEL_MT_DEFINE0(Code, Name, Expr) QEL_MT_OP0(Name, Expr)
 #define QEL_MT_DEFINE1(Code, Name, Expr) QEL_MT_OP1(Name, Expr)

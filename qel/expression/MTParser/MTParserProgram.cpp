@@ -98,8 +98,10 @@ void MTParserProgram::BuildTree()
     // Every temporary is written once and read once, so the instructions form a tree: an operand
     // in a temporary is the node of the instruction that last wrote it.
     m_vecNodes.reserve(m_vecCode.size()); // children point into the vector: it must not move
-    std::vector<unsigned int> vecDepth;
+    std::vector<unsigned int> vecDepth, vecOp, vecMask;
     vecDepth.reserve(m_vecCode.size());
+    vecOp.reserve(m_vecCode.size());
+    vecMask.reserve(m_vecCode.size());
     std::unordered_map<const double*, size_t> mapWriter;
     std::unordered_set<const double*> setConstants;
     for (const double& f : m_deqConstants)
@@ -113,7 +115,8 @@ void MTParserProgram::BuildTree()
             return;
         }
         MTNode cNode{};
-        unsigned int nMask = 0, nDepth = 1;
+        unsigned int nMask = 0, nDepth = 1, nOp = c.nOp;
+        size_t nChild[3] = {0, 0, 0};
         const double* operands[3] = {c.pA, c.pB, c.pC};
         for (int i = 0; i < nArity; ++i)
         {
@@ -131,6 +134,7 @@ void MTParserProgram::BuildTree()
                 continue;
             }
             cNode.cArg[i].pChild = &m_vecNodes[it->second];
+            nChild[i] = it->second;
             nMask += MTParserDetail::kNodeChild * nDigit;
             if (vecDepth[it->second] + 1 > nDepth)
                 nDepth = vecDepth[it->second] + 1;
@@ -141,14 +145,53 @@ void MTParserProgram::BuildTree()
             m_vecNodes.clear();
             return;
         }
-        cNode.pfnEval = MTParserDetail::NodeFunction(c.nOp, nMask);
+        if (nOp == eMTAdd)
+            FuseProduct(cNode, nOp, nMask, nChild, vecOp, vecMask);
+        cNode.pfnEval = MTParserDetail::NodeFunction(nOp, nMask);
         mapWriter[c.pDst] = m_vecNodes.size();
         m_vecNodes.push_back(cNode);
         vecDepth.push_back(nDepth);
+        vecOp.push_back(nOp);
+        vecMask.push_back(nMask);
     }
     auto it = mapWriter.find(m_pResult);
     if (it != mapWriter.end() && it->second + 1 == m_vecNodes.size())
         m_pRoot = &m_vecNodes.back();
     else
         m_vecNodes.clear();
+}
+
+void MTParserProgram::FuseProduct(MTNode& cNode, unsigned int& nOp, unsigned int& nMask, const size_t* pChild,
+                                  const std::vector<unsigned int>& vecOp, const std::vector<unsigned int>& vecMask)
+{
+    // An addition of a product becomes one node, wherever the product was computed. The product may
+    // be the right operand only when the left one is read without side effects (no rand to reorder).
+    const unsigned int kind[2] = {nMask % 3, nMask / 3 % 3};
+    for (int k = 0; k < 2; ++k)
+    {
+        if (kind[k] != MTParserDetail::kNodeChild || (k == 1 && kind[0] == MTParserDetail::kNodeChild))
+            continue;
+        const unsigned int nChildOp = vecOp[pChild[k]];
+        if (nChildOp != eMTMul && nChildOp != eMTSquare)
+            continue;
+        const MTNode& cProduct = m_vecNodes[pChild[k]];
+        const unsigned int nProductMask = vecMask[pChild[k]];
+        const MTNodeOperand cOther = cNode.cArg[1 - k];
+        if (nChildOp == eMTMul)
+        {
+            nOp = eMTMulAdd;
+            nMask = nProductMask % 9 + 9 * kind[1 - k];
+            cNode.cArg[0] = cProduct.cArg[0];
+            cNode.cArg[1] = cProduct.cArg[1];
+            cNode.cArg[2] = cOther;
+        }
+        else
+        {
+            nOp = eMTSquareAdd;
+            nMask = nProductMask % 3 + 3 * kind[1 - k];
+            cNode.cArg[0] = cProduct.cArg[0];
+            cNode.cArg[1] = cOther;
+        }
+        return; // the product's node stays in the vector, unused
+    }
 }

@@ -110,6 +110,8 @@ private:
 
     /// Makes the tree form from the finished instruction list, when it qualifies.
     void BuildTree();
+    void FuseProduct(MTNode& cNode, unsigned int& nOp, unsigned int& nMask, const size_t* pChild,
+                     const std::vector<unsigned int>& vecOp, const std::vector<unsigned int>& vecMask);
 
     std::vector<MTInstruction> m_vecCode;
     // Deques, because instructions point into them while the program is still growing.
