@@ -192,6 +192,14 @@ void QelTransform::SetTransform(const QelMatrix4& mTransform)
     QelVec3 vScale(std::sqrt(m[0] * m[0] + m[1] * m[1] + m[2] * m[2]),
                    std::sqrt(m[4] * m[4] + m[5] * m[5] + m[6] * m[6]),
                    std::sqrt(m[8] * m[8] + m[9] * m[9] + m[10] * m[10]));
+    // A column flattened by a zero scale carries no direction: the other two give it back, so
+    // that the rotation of the remaining axes survives.
+    for (int c = 0; c < 3; ++c)
+    {
+        const int a = (c + 1) % 3, b = (c + 2) % 3;
+        if (vScale[c] == 0.0f && vScale[a] != 0.0f && vScale[b] != 0.0f)
+            mRotation.GetColumn(c) = mRotation.GetColumn(a).Cross(mRotation.GetColumn(b));
+    }
     // A mirror cannot be a rotation: fold it into the X scale so that the rest is one.
     if (mRotation.Determinant3() < 0.0f)
     {

@@ -177,6 +177,12 @@ TEST(QelTransform, SetTransformFromAMatrixAndBack)
     ExpectMatrixNear(Matrix(t), mMirror, 1e-4f);
     t.SetTransform(QelMatrix4(true));
     ExpectMatrixNear(Matrix(t), QelMatrix4(true), 1e-5f);
+    // A flattened axis keeps the turn of the others.
+    QelMatrix4 mFlat(true);
+    mFlat.Rotate(QelVec4(0, 0, 1, 30));
+    mFlat.Scale(1, 0, 2);
+    t.SetTransform(mFlat);
+    ExpectMatrixNear(Matrix(t), mFlat, 1e-4f);
 
     // The angles of the three-vector form rebuild the same rotation about the fixed X, Y, Z axes.
     t.SetRotation(QelVec4(2.0f / 3, -1.0f / 3, 2.0f / 3, 75));
