@@ -190,3 +190,8 @@ void QelDisplayObject::OnObjectDeletion(QelBase* pDeleted)
         DetachChildAt(size_t(it - m_vecChildren.begin()));
     QelNode::OnObjectDeletion(pDeleted);
 }
+
+void QelDisplayObject::Calculate()
+{
+    QelTransform::Calculate();
+}

@@ -32,6 +32,8 @@ public:
 
     /// Draws the object in its own coordinates; nothing here.
     virtual void Draw();
+    /// Runs the transform's change detection, which a plain node skips, so that edits move the object.
+    void Calculate() override;
     /// Pushes the transform onto the modelview stack, draws the object unless it is hidden, renders
     /// the children (skipped when the object is hidden and AreChildrenHiddenWithParent says so) and
     /// pops. Past the depth of OpenGL's matrix stack the matrix is saved and restored instead.

@@ -66,7 +66,7 @@ void QelNode::GetLookVectors(QelVec3& vLook, QelVec3& vUp) const
     vUp = QelVec3(0.0f, 1.0f, 1.0f);
 }
 
-void QelNode::Calculate() { QelTransform::Calculate(); }
+void QelNode::Calculate() {}
 
 std::string QelNode::GetPropertyDescription(const QelProperty*) { return std::string(); }
 

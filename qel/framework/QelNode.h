@@ -32,8 +32,8 @@ public:
     /// perpendicular to the look vector; nodes with a real orientation override this.
     virtual void GetLookVectors(QelVec3& vLook, QelVec3& vUp) const;
 
-    /// Adds no calculation of its own: the transform's change detection still runs, so that a
-    /// node's matrix follows its properties.
+    /// Does nothing: a plain node has no calculation. Display objects put the transform's change
+    /// detection back, so their matrices follow property edits.
     void Calculate() override;
     /// Empty here.
     std::string GetPropertyDescription(const QelProperty* pProperty) override;

@@ -1,3 +1,4 @@
+#include "qel/display/QelDisplayObject.h"
 #include "qel/framework/QelNode.h"
 #include "qel/properties/QelProperty.h"
 #include "tests/support/QelTestApp.h"
@@ -63,7 +64,7 @@ TEST(QelNode, CullRadiusOfValidAndInvalidBoxes)
     }
 }
 
-TEST(QelNode, TheMatrixFollowsPropertyEdits)
+TEST(QelNode, OnlyDisplayObjectsDetectTransformEditsInCalculate)
 {
     QelNode n;
     n.AddTransformProperties(true, true, true);
@@ -71,7 +72,14 @@ TEST(QelNode, TheMatrixFollowsPropertyEdits)
     n.GetTransform(m);
     n.GetProperty("Transform:Scale:Y")->SetAsFloat(2.0f);
     n.Calculate();
-    EXPECT_TRUE(n.NeedsRebuilding());
-    n.GetTransform(m);
+    EXPECT_FALSE(n.NeedsRebuilding());
+
+    QelDisplayObject o;
+    o.AddTransformProperties(true, true, true);
+    o.GetTransform(m);
+    o.GetProperty("Transform:Scale:Y")->SetAsFloat(2.0f);
+    o.Calculate();
+    EXPECT_TRUE(o.NeedsRebuilding());
+    o.GetTransform(m);
     EXPECT_NEAR((m * QelVec3(0, 1, 0)).x, -2.0f, 1e-5f);
 }
