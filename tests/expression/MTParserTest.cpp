@@ -203,7 +203,9 @@ TEST(MTParserCompiler, TreeAndFlatFormsAgree)
         "asin(a / 10) + acos(b / 10) + atan(c) + sinh(a) + cosh(b) + tanh(c) + tan(a)",
         "ln(b) + log(c) + sigmoid(a) + ceil(b) + floor(c) + fact(a) + radtodeg(b) + degtorad(c)",
         "a * b * c + a", "a + a * b", "(a*b) + (c*a)", "1 / (a - a)", "sin(a) * b + sqrt(c)",
-        "sqrt(c) + a ^ 2", "a ^ 2 + sqrt(c)", "(a + b) + c * a", "rand() + a * b", "rand(a, b) * rand() + (rand() + rand() * a)"};
+        "sqrt(c) + a ^ 2", "a ^ 2 + sqrt(c)", "(a + b) + c * a", "rand() + a * b", "rand(a, b) * rand() + (rand() + rand() * a)",
+        "sin(a - b) + cos(a * c) + tan(b / c) + sqrt(a + 10) + exp(0 - c) + ln(b * b) + abs(a - c)",
+        "-(a - b) * sigmoid(c / 2) + rand() * (a * b) + sqrt(c * c + 1)", "a * b + (c * c + rand())"};
     const double values[][3] = {{1.5, -2.25, 3.0}, {0.0, 0.0, 0.0}, {-7.0, 3.5, 0.125}, {4.0, 4.0, -1.0}};
     std::string strWrap;
     for (unsigned int i = 0; i < MTParserProgram::kMaxTreeDepth + 5; ++i)

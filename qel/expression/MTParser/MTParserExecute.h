@@ -226,6 +226,17 @@ const MTNodeFn* Nodes3(std::index_sequence<M...>)
     return t;
 }
 
+/// A function of one argument applied to an arithmetic operation, evaluated as one node.
+template <class Outer, class Inner>
+struct Compose
+{
+    static QEL_MT_INLINE double Apply(double a, double b) { return Outer::Apply(Inner::Apply(a, b)); }
+};
+
+/// The node function of Outer(Inner(x, y)) for the operand kinds M of Inner; null when the pair is
+/// not one the library fuses.
+MTNodeFn ComposedNodeFunction(unsigned int nOuter, unsigned int nInner, unsigned int nMask);
+
 /// The node function of a built-in code for the operand kinds M; null for other codes.
 MTNodeFn NodeFunction(unsigned int nCode, unsigned int nMask);
 /// Number of operands of a built-in code; -1 for the generic calls.

@@ -47,6 +47,34 @@ MTNodeFn NodeFunction(unsigned int nCode, unsigned int nMask)
     }
 }
 
+MTNodeFn ComposedNodeFunction(unsigned int nOuter, unsigned int nInner, unsigned int nMask)
+{
+#define QEL_MT_INNER(Outer)                                                                                            \
+    switch (nInner)                                                                                                    \
+    {                                                                                                                  \
+    case eMTAdd: return Nodes2<Compose<Outer, OpAdd>>(std::make_index_sequence<9>())[nMask % 9];                      \
+    case eMTSub: return Nodes2<Compose<Outer, OpSub>>(std::make_index_sequence<9>())[nMask % 9];                      \
+    case eMTMul: return Nodes2<Compose<Outer, OpMul>>(std::make_index_sequence<9>())[nMask % 9];                      \
+    case eMTDiv: return Nodes2<Compose<Outer, OpDiv>>(std::make_index_sequence<9>())[nMask % 9];                      \
+    default: return nullptr;                                                                                           \
+    }
+    // The functions hosts most often wrap around a difference, a product or a ratio.
+    switch (nOuter)
+    {
+    case eMTSin: QEL_MT_INNER(OpSin)
+    case eMTCos: QEL_MT_INNER(OpCos)
+    case eMTTan: QEL_MT_INNER(OpTan)
+    case eMTSqrt: QEL_MT_INNER(OpSqrt)
+    case eMTExp: QEL_MT_INNER(OpExp)
+    case eMTLn: QEL_MT_INNER(OpLn)
+    case eMTAbs: QEL_MT_INNER(OpAbs)
+    case eMTNeg: QEL_MT_INNER(OpNeg)
+    case eMTSigmoid: QEL_MT_INNER(OpSigmoid)
+    default: return nullptr;
+    }
+#undef QEL_MT_INNER
+}
+
 int Arity(unsigned int nCode)
 {
     switch (nCode)
@@ -99,6 +127,7 @@ void MTParserProgram::BuildTree()
     // in a temporary is the node of the instruction that last wrote it.
     m_vecNodes.reserve(m_vecCode.size()); // children point into the vector: it must not move
     std::vector<unsigned int> vecDepth, vecOp, vecMask;
+    std::vector<bool> vecPure; // no rand below: may be evaluated out of its written order
     vecDepth.reserve(m_vecCode.size());
     vecOp.reserve(m_vecCode.size());
     vecMask.reserve(m_vecCode.size());
@@ -116,6 +145,7 @@ void MTParserProgram::BuildTree()
         }
         MTNode cNode{};
         unsigned int nMask = 0, nDepth = 1, nOp = c.nOp;
+        bool bPure = nOp != eMTRand && nOp != eMTRandMinMax;
         size_t nChild[3] = {0, 0, 0};
         const double* operands[3] = {c.pA, c.pB, c.pC};
         for (int i = 0; i < nArity; ++i)
@@ -135,6 +165,7 @@ void MTParserProgram::BuildTree()
             }
             cNode.cArg[i].pChild = &m_vecNodes[it->second];
             nChild[i] = it->second;
+            bPure = bPure && vecPure[it->second];
             nMask += MTParserDetail::kNodeChild * nDigit;
             if (vecDepth[it->second] + 1 > nDepth)
                 nDepth = vecDepth[it->second] + 1;
@@ -145,14 +176,26 @@ void MTParserProgram::BuildTree()
             m_vecNodes.clear();
             return;
         }
+        MTNodeFn pfnEval = nullptr;
         if (nOp == eMTAdd)
-            FuseProduct(cNode, nOp, nMask, nChild, vecOp, vecMask);
-        cNode.pfnEval = MTParserDetail::NodeFunction(nOp, nMask);
+            FuseProduct(cNode, nOp, nMask, nChild, vecOp, vecMask, vecPure);
+        else if (nArity == 1 && nMask == MTParserDetail::kNodeChild)
+        {
+            const MTNode& cInner = m_vecNodes[nChild[0]];
+            pfnEval = MTParserDetail::ComposedNodeFunction(nOp, vecOp[nChild[0]], vecMask[nChild[0]]);
+            if (pfnEval)
+            {
+                cNode = cInner; // the inner node stays in the vector, unused
+                nOp = kComposedCode;
+            }
+        }
+        cNode.pfnEval = pfnEval ? pfnEval : MTParserDetail::NodeFunction(nOp, nMask);
         mapWriter[c.pDst] = m_vecNodes.size();
         m_vecNodes.push_back(cNode);
         vecDepth.push_back(nDepth);
         vecOp.push_back(nOp);
         vecMask.push_back(nMask);
+        vecPure.push_back(bPure);
     }
     auto it = mapWriter.find(m_pResult);
     if (it != mapWriter.end() && it->second + 1 == m_vecNodes.size())
@@ -162,14 +205,16 @@ void MTParserProgram::BuildTree()
 }
 
 void MTParserProgram::FuseProduct(MTNode& cNode, unsigned int& nOp, unsigned int& nMask, const size_t* pChild,
-                                  const std::vector<unsigned int>& vecOp, const std::vector<unsigned int>& vecMask)
+                                  const std::vector<unsigned int>& vecOp, const std::vector<unsigned int>& vecMask,
+                                  const std::vector<bool>& vecPure)
 {
     // An addition of a product becomes one node, wherever the product was computed. The product may
-    // be the right operand only when the left one is read without side effects (no rand to reorder).
+    // be the right operand only when the left one draws no random numbers, whose order would change.
     const unsigned int kind[2] = {nMask % 3, nMask / 3 % 3};
     for (int k = 0; k < 2; ++k)
     {
-        if (kind[k] != MTParserDetail::kNodeChild || (k == 1 && kind[0] == MTParserDetail::kNodeChild))
+        if (kind[k] != MTParserDetail::kNodeChild ||
+            (k == 1 && kind[0] == MTParserDetail::kNodeChild && !vecPure[pChild[0]]))
             continue;
         const unsigned int nChildOp = vecOp[pChild[k]];
         if (nChildOp != eMTMul && nChildOp != eMTSquare)

@@ -111,7 +111,10 @@ private:
     /// Makes the tree form from the finished instruction list, when it qualifies.
     void BuildTree();
     void FuseProduct(MTNode& cNode, unsigned int& nOp, unsigned int& nMask, const size_t* pChild,
-                     const std::vector<unsigned int>& vecOp, const std::vector<unsigned int>& vecMask);
+                     const std::vector<unsigned int>& vecOp, const std::vector<unsigned int>& vecMask,
+                     const std::vector<bool>& vecPure);
+    /// Marks a node that applies a function to an operation it absorbed; it fuses with nothing more.
+    static const unsigned int kComposedCode = 0xFFFF;
 
     std::vector<MTInstruction> m_vecCode;
     // Deques, because instructions point into them while the program is still growing.
