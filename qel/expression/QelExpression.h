@@ -14,6 +14,9 @@ class QelExpressionDef;
 /// characters ("[Transform:Scale:X] * 2"). When evaluated, each variable reads, in this order:
 /// the value the host gave it with SetVar; the numeric value of the property of that name in the
 /// container of the expression's property; the global variable of that name; otherwise 0.0.
+/// Properties are looked up by name at each evaluation: after a rename or a deletion the variable
+/// simply reads the next source in that order, and no pointer to the old property is kept. The
+/// property an expression serves must outlive it (a property owns and frees its own expression).
 /// Nothing here throws; errors come back as text.
 class QEL_EXPORT QelExpression
 {

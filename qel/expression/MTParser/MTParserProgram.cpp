@@ -140,7 +140,7 @@ void MTParserProgram::BuildTree()
         const int nArity = MTParserDetail::Arity(c.nOp);
         if (nArity < 0)
         {
-            m_vecNodes.clear();
+            std::vector<MTNode>().swap(m_vecNodes); // the flat list runs; give the memory back
             return;
         }
         MTNode cNode{};
@@ -173,7 +173,7 @@ void MTParserProgram::BuildTree()
         }
         if (nDepth > kMaxTreeDepth)
         {
-            m_vecNodes.clear();
+            std::vector<MTNode>().swap(m_vecNodes); // the flat list runs; give the memory back
             return;
         }
         MTNodeFn pfnEval = nullptr;
@@ -201,7 +201,7 @@ void MTParserProgram::BuildTree()
     if (it != mapWriter.end() && it->second + 1 == m_vecNodes.size())
         m_pRoot = &m_vecNodes.back();
     else
-        m_vecNodes.clear();
+        std::vector<MTNode>().swap(m_vecNodes);
 }
 
 void MTParserProgram::FuseProduct(MTNode& cNode, unsigned int& nOp, unsigned int& nMask, const size_t* pChild,
