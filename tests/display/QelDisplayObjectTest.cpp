@@ -1,8 +1,11 @@
 #include "qel/display/QelDisplayObject.h"
+#include "qel/display/QelDisplaySystem.h"
+#include "qel/properties/QelProperty.h"
 #include "tests/support/QelTestApp.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
@@ -50,12 +53,8 @@ TEST(QelDisplayObject, ChildrenKeepTheirOrderMoveBetweenParentsAndRefuseCycles)
     EXPECT_TRUE(a->AddChild(d.get())); // re-adding moves it to the end
     EXPECT_EQ(Names(*a), "B C D ");
     EXPECT_TRUE(other->AddChild(c.get()));
-    EXPECT_EQ(Names(*a), "B D ");
-    EXPECT_EQ(c->GetParent(), other.get());
-    EXPECT_EQ(HolderCount(*c), 1u);
-    EXPECT_TRUE(a->RemoveChild(b.get()));
-    EXPECT_FALSE(a->RemoveChild(b.get()));
-    EXPECT_EQ(HolderCount(*b), 0u);
+    EXPECT_TRUE(Names(*a) == "B D " && c->GetParent() == other.get() && HolderCount(*c) == 1);
+    EXPECT_TRUE(a->RemoveChild(b.get()) && !a->RemoveChild(b.get()) && HolderCount(*b) == 0);
     EXPECT_TRUE(cap.Messages().empty());
 
     EXPECT_TRUE(a->AddChild(b.get(), 5)); // past the end: appended, with a warning
@@ -63,9 +62,7 @@ TEST(QelDisplayObject, ChildrenKeepTheirOrderMoveBetweenParentsAndRefuseCycles)
     EXPECT_EQ(cap.Warnings(), 1u);
 
     b->AddChild(c.get());
-    EXPECT_FALSE(a->AddChild(nullptr));
-    EXPECT_FALSE(a->AddChild(a.get()));
-    EXPECT_FALSE(c->AddChild(a.get()));
+    EXPECT_FALSE(a->AddChild(nullptr) || a->AddChild(a.get()) || c->AddChild(a.get()));
     EXPECT_EQ(cap.Errors(), 3u);
     EXPECT_NE(cap.Joined().find("<error>C - Cannot add [A] as a child"), std::string::npos) << cap.Joined();
     EXPECT_EQ(a->GetParent(), nullptr);
@@ -80,11 +77,9 @@ TEST(QelDisplayObject, DeletionAndDestructionKeepBothSidesConsistent)
     c->AddChild(d.get());
 
     b->OnDelete(); // the parent hears of it and lets go
-    EXPECT_EQ(Names(*a), "C ");
-    EXPECT_EQ(b->GetParent(), nullptr);
+    EXPECT_TRUE(Names(*a) == "C " && b->GetParent() == nullptr);
     c->OnDelete(); // children are let go first, the parent hears of it
-    EXPECT_EQ(Names(*a), "");
-    EXPECT_EQ(d->GetParent(), nullptr);
+    EXPECT_TRUE(Names(*a).empty() && d->GetParent() == nullptr);
     EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
     EXPECT_FALSE(a->AddChild(b.get())); // deleted objects are refused
     EXPECT_EQ(cap.Errors(), 1u);
@@ -94,9 +89,7 @@ TEST(QelDisplayObject, DeletionAndDestructionKeepBothSidesConsistent)
     a->AddChild(d.get());
     d->AddChild(e.get());
     d.reset();
-    EXPECT_EQ(a->GetChildCount(), 0u);
-    EXPECT_EQ(e->GetParent(), nullptr);
-    EXPECT_EQ(HolderCount(*e), 0u);
+    EXPECT_TRUE(a->GetChildCount() == 0 && e->GetParent() == nullptr && HolderCount(*e) == 0);
     a->AddChild(e.get());
     e.reset();
     EXPECT_EQ(a->GetChildCount(), 0u);
@@ -128,12 +121,11 @@ TEST(QelDisplayObject, TraversalComposesWorldMatricesAndSkipsHiddenObjects)
     });
     EXPECT_EQ(strOrder, "Root Arm Hand Inner "); // a hidden object only hides itself
     ASSERT_EQ(vOrigins.size(), 4u);
-    EXPECT_NEAR(vOrigins[2].x, 0.0f, 1e-5f); // +X of the arm is +Y of the world
-    EXPECT_NEAR(vOrigins[2].y, 3.0f, 1e-5f);
+    EXPECT_TRUE(std::fabs(vOrigins[2].x) < 1e-5f && std::fabs(vOrigins[2].y - 3.0f) < 1e-5f); // +X of the arm is +Y
     QelMatrix4 mWorld;
     hand->GetWorldTransform(mWorld);
     EXPECT_NEAR((mWorld * QelVec3(0, 0, 0)).y, 3.0f, 1e-5f);
-
+    // A group that hides its children with itself shows none of them.
     Group group;
     auto member = Make("Member");
     group.AddChild(member.get());
@@ -142,4 +134,29 @@ TEST(QelDisplayObject, TraversalComposesWorldMatricesAndSkipsHiddenObjects)
     group.Traverse(QelMatrix4(true), [&](QelDisplayObject&, const QelMatrix4&) { ++nVisits; });
     EXPECT_EQ(nVisits, 0);
     group.RemoveChild(member.get());
+}
+
+TEST(QelDisplaySystem, ReservedThisClearBitAndScreenCoordinates)
+{
+    QelCapture cap;
+    QelDisplaySystem ds;
+    EXPECT_EQ(ds.GetClearBit(), 17664u);
+    QelProperty* p = ds.GetProperty("Reserved:This");
+    ASSERT_NE(p, nullptr);
+    EXPECT_TRUE(p->GetDataType() == eDataDisplaySystem && !p->WillAutoSave());
+    // Each copy's property points at the copy itself.
+    QelDisplaySystem copy(ds), assigned;
+    assigned = ds;
+    for (QelDisplaySystem* pOne : {&ds, &copy, &assigned})
+        EXPECT_TRUE(pOne->GetPropertyCount() == 1 && pOne->GetProperty("Reserved:This")->GetAsDisplaySystem() == pOne);
+    EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
+
+    // Viewport-relative to window-relative, whatever the flags.
+    int x = 0, y = 0;
+    QelDisplaySystem::SetCurrentViewportInfo(100, 50, 640, 480, 1, 1);
+    QelDisplaySystem::GetScreenCoordinate(10, 20, x, y);
+    EXPECT_TRUE(x == 110 && y == 70);
+    QelDisplaySystem::SetCurrentViewportInfo(-5, 7, 0, 0, 0, 0);
+    QelDisplaySystem::GetScreenCoordinate(10, 20, x, y);
+    EXPECT_TRUE(x == 5 && y == 27);
 }
