@@ -88,12 +88,12 @@ TEST(QelDisplaySystemGL, ViewportAndScissorFollowTheRecordOnlyWhenEnabledAndActi
     EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 
-TEST(QelDisplayObjectGL, ATransformMovesWhatItDraws)
+TEST(QelDisplayObjectGL, ATransformMovesWhatItDrawsAndHiddenChildrenLeaveTheClearColor)
 {
     QEL_REQUIRE_GL();
     BeginFrame();
     // Drawn offset along +X under the default quarter turn about Z: it shows up along +Y.
-    Square quad(kRed);
+    Square quad(kRed), root(kRed), arm(kGreen), ghost(kGreen);
     quad.m_fOffsetX = 0.5f;
     quad.Render();
     ExpectPixels({{0.0f, 0.5f, kRed}, {0.5f, 0.0f, kClear}, {0.0f, 0.0f, kClear}});
@@ -107,26 +107,16 @@ TEST(QelDisplayObjectGL, ATransformMovesWhatItDraws)
     quad.GetProperty("Transform:Translation:Y")->SetAsFloat(-0.5f);
     quad.Render();
     ExpectPixels({{0.5f, -0.5f, kRed}, {0.5f, 0.0f, kClear}});
-    // The modelview matrix is what it was before the traversal.
-    GLfloat m[16];
-    glGetFloatv(GL_MODELVIEW_MATRIX, m);
-    EXPECT_EQ(QelMatrix4(m), QelMatrix4(true));
-    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
-}
 
-TEST(QelDisplayObjectGL, ChildrenDrawUnderTheirParentAndHiddenOnesLeaveTheClearColor)
-{
-    QEL_REQUIRE_GL();
+    // Children draw under their parent: the root keeps the quarter turn and halves everything.
     BeginFrame();
-    Square root(kRed), arm(kGreen), ghost(kGreen);
-    root.SetScale(QelVec3(0.5f, 0.5f, 1.0f)); // keeps the default quarter turn, at the origin
+    root.SetScale(QelVec3(0.5f, 0.5f, 1.0f));
     arm.SetTransform(QelVec3(1.0f, 0.0f, 0.0f), QelVec4(0, 0, 1, 0), QelVec3(2, 2, 1));
     ghost.SetTransform(QelVec3(-1.0f, 0.0f, 0.0f), QelVec4(0, 0, 1, 0), QelVec3(2, 2, 1));
     ghost.Hide(true);
-    root.AddChild(&arm);
-    root.AddChild(&ghost);
+    EXPECT_TRUE(root.AddChild(&arm) && root.AddChild(&ghost));
     root.Render();
-    // The root scaled down; +X of the root is +Y on screen, half as far; the hidden child leaves the clear color.
+    // The root; the child along +X of the root is along +Y on screen; the hidden child leaves the clear color.
     ExpectPixels({{0.0f, 0.0f, kRed}, {0.0f, 0.5f, kGreen}, {0.0f, -0.5f, kClear}, {0.5f, 0.0f, kClear}});
     EXPECT_EQ(ghost.m_nDraws, 0);
     // A hidden root still renders its visible children: hiding is per object by default.
@@ -134,6 +124,10 @@ TEST(QelDisplayObjectGL, ChildrenDrawUnderTheirParentAndHiddenOnesLeaveTheClearC
     root.Hide(true);
     root.Render();
     ExpectPixels({{0.0f, 0.0f, kClear}, {0.0f, 0.5f, kGreen}});
+    // The modelview matrix is what it was before the traversals.
+    GLfloat m[16];
+    glGetFloatv(GL_MODELVIEW_MATRIX, m);
+    EXPECT_EQ(QelMatrix4(m), QelMatrix4(true));
     EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 

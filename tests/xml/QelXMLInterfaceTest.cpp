@@ -64,24 +64,11 @@ TEST(QelXMLInterface, QualifiedChildLookupTriesTheNamespaceFirstThenThePlainName
     }
 }
 
-TEST(QelXMLInterface, AttributesMatchByNameOrQualifiedNameOnly)
+TEST(QelXMLInterface, TypedReadsConvertLikeTheCRuntimeAndAttributesMatchByNameOrQualifiedNameOnly)
 {
-    Doc d("<r xmlns:p='urn:p' p:w='2.5' w='1.5' n=' 12x' b='TRUE' e=''/>");
-    QelXMLInterface& c = d.m;
-    EXPECT_FLOAT_EQ(c.ReadFloatAttribute("p:w", 0), 2.5f);
-    EXPECT_FLOAT_EQ(c.ReadFloatAttribute("w", 0), 2.5f); // the first attribute called w, whatever its namespace
-    EXPECT_EQ(c.ReadIntAttribute("n", 0), 12);
-    EXPECT_TRUE(c.ReadBoolAttribute("b", false));
-    EXPECT_FALSE(c.ReadBoolAttribute("n", true));
-    EXPECT_EQ(c.ReadStringAttribute("e", "d"), "");
-    // No unqualified second scan for attributes.
-    EXPECT_EQ(c.ReadStringAttribute("q:w", "d") + c.ReadStringAttribute("missing", "d"), "dd");
-}
-
-TEST(QelXMLInterface, TypedReadsConvertLikeTheCRuntime)
-{
-    Doc d("<!DOCTYPE r [<!ENTITY who 'world'>]><r><e/><i>12abc</i><j>abc</j><k>  -4</k><t>TRUE</t><y>yes</y>"
-          "<f>2.5e1x</f><s>hi &who;&#33; &amp;</s><ch>xyz</ch><dup>1</dup><dup>2</dup><nested><in>5</in></nested></r>");
+    Doc d("<!DOCTYPE r [<!ENTITY who 'world'>]><r xmlns:p='urn:p' p:w='2.5' w='1.5' n=' 12x' b='TRUE' e=''><e/>"
+          "<i>12abc</i><j>abc</j><k>  -4</k><t>TRUE</t><y>yes</y><f>2.5e1x</f><s>hi &who;&#33; &amp;</s><ch>xyz</ch>"
+          "<dup>1</dup><dup>2</dup><nested><in>5</in></nested></r>");
     QelXMLInterface& c = d.m;
     const std::pair<const char*, int> ints[] = {{"e", 7},   {"i", 12},      {"j", 0},  {"k", -4},
                                                 {"dup", 1}, {"missing", 7}, {"in", 7}, {"nested", 7}};
@@ -92,6 +79,14 @@ TEST(QelXMLInterface, TypedReadsConvertLikeTheCRuntime)
     EXPECT_DOUBLE_EQ(c.ReadDouble("f", 0), 25.0);
     EXPECT_EQ(c.ReadString("s", "") + "|" + c.ReadString("e", "def"), "hi world! &|def");
     EXPECT_EQ(c.ReadChar("ch", '-'), 'x');
+
+    EXPECT_FLOAT_EQ(c.ReadFloatAttribute("p:w", 0), 2.5f);
+    EXPECT_FLOAT_EQ(c.ReadFloatAttribute("w", 0), 2.5f); // the first attribute called w, whatever its namespace
+    EXPECT_EQ(c.ReadIntAttribute("n", 0), 12);
+    EXPECT_TRUE(c.ReadBoolAttribute("b", false) && !c.ReadBoolAttribute("n", true));
+    EXPECT_EQ(c.ReadStringAttribute("e", "d"), "");
+    // No unqualified second scan for attributes.
+    EXPECT_EQ(c.ReadStringAttribute("q:w", "d") + c.ReadStringAttribute("missing", "d"), "dd");
     EXPECT_EQ(c.GetNodeName(), "r"); // reads never move the cursor
 }
 
