@@ -6,10 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace
 {
+typedef std::vector<std::string> Texts;
+
 class Named : public QelPropertyContainer
 {
 public:
@@ -36,83 +39,53 @@ public:
     int m_nNotices = 0;
 };
 
-std::vector<std::string> Names(const QelPropertyContainer& c, bool bVisibleOnly = false)
+Texts Names(const QelPropertyContainer& c, bool bVisibleOnly = false)
 {
-    std::vector<QelProperty*> vec;
+    std::vector<QelProperty*> vec(5, nullptr); // filled afresh, not appended to
     c.GetProperties(vec, bVisibleOnly);
-    std::vector<std::string> out;
+    Texts out;
     for (QelProperty* p : vec)
         out.push_back(p->GetName());
     return out;
 }
 } // namespace
 
-TEST(QelPropertyContainer, FreshContainerFlags)
-{
-    QelPropertyContainer c;
-    EXPECT_EQ(c.GetName(), "Undefined");
-    EXPECT_TRUE(c.HasAutoComputedHistory());
-    EXPECT_FALSE(c.IsDirty());
-    EXPECT_FALSE(c.CalculateFunctionIsActive());
-    EXPECT_FALSE(c.HasAnyHistoryChanged());
-    EXPECT_FALSE(c.IsBeingDestroyed());
-    EXPECT_EQ(c.GetPropertyCount(), 0);
-    EXPECT_EQ(c.GetCategory(), QelSandboxIcon::eCategoryContainerObject);
-    c.SetAutoComputedHistory(false);
-    c.SetAnyHistoryHasChanged(true);
-    EXPECT_FALSE(c.HasAutoComputedHistory());
-    EXPECT_TRUE(c.HasAnyHistoryChanged());
-
-    QelPluginAttributes attributes(kZeroGUID, "Box", "Shapes", "QelCommon", "A box", "cube", 3);
-    QelPropertyContainer withKind(attributes);
-    EXPECT_EQ(withKind.GetType(), "Box");
-    EXPECT_EQ(withKind.GetFlags(), 3);
-    EXPECT_EQ(withKind.GetIconDescription(), "A box");
-
-    // The base hooks' answers.
-    QelProperty* p = c.CreateProperty("X", eDataReal);
-    EXPECT_EQ(c.GetPropertyFilenameFilter(p), "");
-    EXPECT_FALSE(c.IsPropertyButton(p));
-    EXPECT_TRUE(c.IsPropertyVisible(p));
-    EXPECT_FALSE(c.IsHistoryManuallyDerived(p));
-    EXPECT_FALSE(c.IsPropertySpecialEdited(p));
-    EXPECT_EQ(c.GetPropertyBarTextColor(p), 0xFF000000u);
-    EXPECT_EQ(c.GetPropertyBarPostScript(p), "");
-    EXPECT_TRUE(c.WillAcceptConnection(p, p));
-    EXPECT_FALSE(c.ManuallyDeriveHistory(p, 0));
-}
-
 TEST(QelPropertyContainer, CreateFindAndRefuseDuplicates)
 {
     QelCapture cap;
+    QelPropertyContainer fresh(QelPluginAttributes(kZeroGUID, "Box", "Shapes", "QelCommon", "A box", "cube", 3));
+    EXPECT_EQ(fresh.GetName(), "Undefined");
+    EXPECT_EQ(fresh.GetIconDescription(), "A box");
+    EXPECT_TRUE(fresh.HasAutoComputedHistory());
+    EXPECT_FALSE(fresh.IsDirty() || fresh.CalculateFunctionIsActive() || fresh.HasAnyHistoryChanged() ||
+                 fresh.IsBeingDestroyed());
+
     Named c("Box");
     QelProperty* pWidth = c.CreateProperty("Width", eDataReal);
     ASSERT_NE(pWidth, nullptr);
     EXPECT_EQ(c.CreateProperty("Width", eDataInteger), nullptr);
-    EXPECT_EQ(c.GetProperty("Width"), pWidth);
     EXPECT_EQ(c.GetProperty("Width")->GetDataType(), eDataReal);
-    ASSERT_EQ(cap.Messages().size(), 1u);
-    EXPECT_EQ(cap.Messages()[0], "<error> Failed to add property [Width], a property with the same name already exists\n");
-
-    EXPECT_NE(c.CreateProperty("Reserved:This", eDataContainerObject), nullptr);
-    EXPECT_EQ(c.CreateProperty("Reserved:This", eDataContainerObject), nullptr);
-    EXPECT_EQ(cap.Messages().size(), 1u);
-
+    QelProperty* pThis = c.CreateProperty("Reserved:This", eDataContainerObject);
+    EXPECT_EQ(c.CreateProperty("Reserved:This", eDataContainerObject), nullptr); // silently
+    EXPECT_EQ(pThis->GetDescription(), "Object pointer to this object");
     EXPECT_EQ(c.GetProperty("width"), nullptr);
     EXPECT_EQ(c.GetProperty(pWidth->GetGuid()), pWidth);
     EXPECT_EQ(c.GetProperty(kZeroGUID), nullptr);
     EXPECT_EQ(c.GetPropertyCount(), 2);
 
-    // Adoption: a free-standing property joins; one owned elsewhere is refused.
+    // Adoption: a free-standing property joins; one owned elsewhere is refused, as is null.
     auto* pLoose = new QelProperty("Loose", nullptr, eDataInteger);
     EXPECT_TRUE(c.AddProperty(pLoose));
     EXPECT_EQ(pLoose->GetContainer(), &c);
     Named other("Other");
     EXPECT_FALSE(other.AddProperty(pLoose));
-    EXPECT_EQ(cap.Messages().back(), "<error> Failed to add property [Loose], it belongs to container [Box]\n");
     other.DeleteProperty(pLoose); // not other's to delete
     EXPECT_EQ(c.GetProperty("Loose"), pLoose);
     EXPECT_FALSE(c.AddProperty(nullptr));
+    EXPECT_EQ(cap.Messages(), (Texts{"<error> Failed to add property [Width], a property with the same name already exists\n",
+                                     "<error> Failed to add property [Loose], it belongs to container [Box]\n",
+                                     "<warning> Property [Loose] belongs to container [Box] and was not deleted by [Other]\n",
+                                     "<error> Failed to add property [(null)] to [Box]\n"}));
 }
 
 TEST(QelPropertyContainer, OrderingAndFilteredListing)
@@ -122,28 +95,21 @@ TEST(QelPropertyContainer, OrderingAndFilteredListing)
     QelProperty* pA = c.CreateProperty("A", eDataReal);
     c.CreateProperty("Hidden", eDataReal);
     QelProperty* pC = c.CreateProperty("C", eDataReal);
-    EXPECT_EQ(Names(c), (std::vector<std::string>{"A", "Hidden", "C"}));
-    EXPECT_EQ(Names(c, true), (std::vector<std::string>{"A", "C"}));
+    EXPECT_EQ(Names(c), (Texts{"A", "Hidden", "C"}));
+    EXPECT_EQ(Names(c, true), (Texts{"A", "C"}));
     EXPECT_TRUE(c.SetPropertyIndex(pC, 0));
-    EXPECT_EQ(Names(c), (std::vector<std::string>{"C", "A", "Hidden"}));
+    EXPECT_EQ(Names(c), (Texts{"C", "A", "Hidden"}));
     EXPECT_TRUE(c.SetPropertyIndex(pC, 2));
-    EXPECT_EQ(Names(c), (std::vector<std::string>{"A", "Hidden", "C"}));
     EXPECT_EQ(cap.Messages().size(), 0u);
 
     EXPECT_FALSE(c.SetPropertyIndex(pA, 3));
     EXPECT_FALSE(c.SetPropertyIndex(pA, -1));
     QelProperty loose("Loose", nullptr, eDataReal);
     EXPECT_FALSE(c.SetPropertyIndex(&loose, 0));
-    EXPECT_EQ(Names(c), (std::vector<std::string>{"A", "Hidden", "C"}));
-    std::vector<std::string> expected = {
-        "<warning>Could not move property [A] in list. Index passed [3] is out of range.\n",
-        "<warning>Could not move property [A] in list. Index passed [-1] is out of range.\n",
-        "<warning>Property [(unknown)] could not be found in current list of properties\n"};
-    EXPECT_EQ(cap.Messages(), expected);
-
-    std::vector<QelProperty*> vec(5, nullptr);
-    c.GetProperties(vec, false);
-    EXPECT_EQ(vec.size(), 3u);
+    EXPECT_EQ(Names(c), (Texts{"A", "Hidden", "C"}));
+    EXPECT_EQ(cap.Messages(), (Texts{"<warning>Could not move property [A] in list. Index passed [3] is out of range.\n",
+                                     "<warning>Could not move property [A] in list. Index passed [-1] is out of range.\n",
+                                     "<warning>Property [(unknown)] could not be found in current list of properties\n"}));
 }
 
 TEST(QelPropertyContainer, IndependentPropertyAndItsDeletion)
@@ -154,18 +120,11 @@ TEST(QelPropertyContainer, IndependentPropertyAndItsDeletion)
     EXPECT_TRUE(a.SetIndependentProperty(pTime));
     EXPECT_EQ(pTime->GetIndependentProperty(), pTime);
     EXPECT_FALSE(a.SetIndependentProperty(pForeign));
-    EXPECT_EQ(a.GetIndependentProperty(), pForeign); // kept although refused
+    EXPECT_EQ(a.GetIndependentProperty(), pForeign); // deliberately kept although refused
     EXPECT_TRUE(a.SetIndependentProperty(nullptr));
-    EXPECT_EQ(a.GetIndependentProperty(), nullptr);
-
-    // Deleting the property anywhere clears the pointer.
-    a.SetIndependentProperty(pForeign);
-    b.DeleteProperty(pForeign);
-    EXPECT_EQ(a.GetIndependentProperty(), nullptr);
     a.SetIndependentProperty(pTime);
-    a.DeleteProperty(pTime);
+    a.DeleteProperty(pTime); // deleting it clears the pointer (across containers: QelNoDangling)
     EXPECT_EQ(a.GetIndependentProperty(), nullptr);
-    EXPECT_EQ(a.GetPropertyCount(), 0);
 }
 
 TEST(QelPropertyContainer, DeletingAContainerWhosePropertiesAreHeld)
@@ -181,12 +140,13 @@ TEST(QelPropertyContainer, DeletingAContainerWhosePropertiesAreHeld)
     }
     EXPECT_EQ(link.m_nNotices, 1);
     EXPECT_EQ(pOther->GetIndependentProperty(), nullptr);
-    std::vector<std::string> expected = {
-        "<warning> Property [Size] of [Doomed] is still held by [Link] as its container goes; the holder is told\n",
-        "<warning> Property [Size] of [Doomed] is still held by [Other] as its container goes; the holder is told\n"};
-    // Holders are reported in pointer order.
-    ASSERT_EQ(cap.Messages().size(), 2u);
-    EXPECT_EQ(cap.Errors(), 0u);
+    Texts vecMessages = cap.Messages(); // holders are reported in pointer order
+    std::sort(vecMessages.begin(), vecMessages.end());
+    EXPECT_EQ(vecMessages,
+              (Texts{"<warning> Property [Size] of [Doomed] is still held by [Link] as its container goes; the holder is "
+                     "told\n",
+                     "<warning> Property [Size] of [Doomed] is still held by [Other] as its container goes; the holder is "
+                     "told\n"}));
 
     // And the other way round: the container holding a foreign property goes first.
     Named keeper("Keeper");
@@ -201,12 +161,9 @@ TEST(QelPropertyContainer, MultiPropertyGroups)
 {
     QelCapture cap;
     Named c("Node");
-    QelMultiProperty* pPos =
-        c.CreateMultiPropertyGroup("Position", {"X", "Y", "Z"}, {eDataReal, eDataReal, eDataReal});
+    QelMultiProperty* pPos = c.CreateMultiPropertyGroup("Position", {"X", "Y", "Z"}, {eDataReal, eDataReal, eDataReal});
     ASSERT_NE(pPos, nullptr);
     EXPECT_TRUE(pPos->IsMultiProperty());
-    EXPECT_EQ(pPos->GetDataType(), eDataReal);
-    EXPECT_EQ(pPos->GetChildCount(), 3);
     QelProperty* pY = c.GetProperty("Position:Y");
     ASSERT_NE(pY, nullptr);
     EXPECT_TRUE(pY->IsMultiPropertyChild());
@@ -215,39 +172,28 @@ TEST(QelPropertyContainer, MultiPropertyGroups)
 
     pPos->SetChildClamp(-1.0, 1.0);
     pPos->SetChangedFlag(false);
-    for (int i = 0; i < 3; ++i)
-        pPos->GetChild(i)->SetChangedFlag(false);
-    EXPECT_FALSE(pPos->HasChanged());
+    for (QelProperty* p : pPos->GetChildren())
+        p->SetChangedFlag(false);
     EXPECT_TRUE(pPos->SetValues({QelVariant(0.5f), QelVariant(2), QelVariant("-3")}));
     EXPECT_TRUE(pPos->HasChanged());
     std::vector<QelVariant> values;
     pPos->GetValues(values);
-    ASSERT_EQ(values.size(), 3u);
-    EXPECT_EQ(float(values[0]), 0.5f);
-    EXPECT_EQ(float(values[1]), 1.0f);
-    EXPECT_EQ(float(values[2]), -1.0f);
+    EXPECT_EQ(values, (std::vector<QelVariant>{QelVariant(0.5f), QelVariant(1.0f), QelVariant(-1.0f)}));
     EXPECT_FALSE(pPos->SetValues({QelVariant(1.0f)}));
-    EXPECT_EQ(cap.Messages().back(), "<warning> Node.Position - 1 values given for a group of 3 properties\n");
 
-    // Renaming the group renames its children; deleting a child leaves no pointer in the group.
+    // Renaming the group renames its children; deleting a child, then the group, leaves no pointer behind.
     EXPECT_TRUE(pPos->SetName("Offset"));
-    EXPECT_NE(c.GetProperty("Offset:Y"), nullptr);
     c.DeleteProperty(c.GetProperty("Offset:Y"));
-    EXPECT_EQ(pPos->GetChildCount(), 2);
     pPos->GetValues(values);
     EXPECT_EQ(values.size(), 2u);
-
-    // Deleting the group frees its children from the group, not from the container.
     QelProperty* pX = c.GetProperty("Offset:X");
     c.DeleteProperty(pPos);
     EXPECT_FALSE(pX->IsMultiPropertyChild());
     EXPECT_EQ(c.GetPropertyCount(), 2);
 
-    // A taken child name leaves nothing behind; a foreign child is refused.
+    // A taken child name leaves nothing behind; a foreign or doubled child is refused.
     c.CreateProperty("Scale:X", eDataReal);
-    size_t nErrors = cap.Errors();
     EXPECT_EQ(c.CreateMultiPropertyGroup("Scale", {"W", "X"}, {eDataReal, eDataReal}), nullptr);
-    EXPECT_EQ(cap.Errors(), nErrors + 1);
     EXPECT_EQ(c.GetProperty("Scale"), nullptr);
     EXPECT_EQ(c.GetProperty("Scale:W"), nullptr);
     EXPECT_EQ(c.CreateMultiPropertyGroup("Bad", {"A"}, {}), nullptr);
@@ -258,6 +204,12 @@ TEST(QelPropertyContainer, MultiPropertyGroups)
     EXPECT_FALSE(pGroup->AddChild(pX));
     EXPECT_TRUE(pGroup->RemoveChild(pX));
     EXPECT_FALSE(pX->IsMultiPropertyChild());
+    EXPECT_EQ(cap.Messages(),
+              (Texts{"<warning> Node.Position - 1 values given for a group of 3 properties\n",
+                     "<error> Failed to add property [Scale:X], a property with the same name already exists\n",
+                     "<error> Failed to create group [Bad], 1 names given for 0 types\n",
+                     "<warning> Node.Group - Property [Other.Far] is not in the group's container and cannot become its child\n",
+                     "<warning> Node.Group - Property [Node.Offset:X] is already a child of a group\n"}));
 }
 
 TEST(QelPropertyContainer, CopiesRebuildTheProperties)
@@ -273,8 +225,8 @@ TEST(QelPropertyContainer, CopiesRebuildTheProperties)
 
     QelPropertyContainer copy(source);
     EXPECT_EQ(Names(copy), Names(source));
-    EXPECT_EQ(copy.GetProperty("Size")->GetAsDouble(), 4.0);
     EXPECT_NE(copy.GetProperty("Size"), pSize);
+    EXPECT_EQ(copy.GetProperty("Size")->GetAsDouble(), 4.0);
     EXPECT_EQ(copy.GetIndependentProperty(), copy.GetProperty("Size"));
     auto* pCopyTint = dynamic_cast<QelInterpColorProperty*>(copy.GetProperty("Tint"));
     ASSERT_NE(pCopyTint, nullptr);
@@ -286,6 +238,130 @@ TEST(QelPropertyContainer, CopiesRebuildTheProperties)
     Named assigned("Assigned");
     assigned.CreateProperty("Old", eDataReal);
     assigned = source;
-    EXPECT_EQ(assigned.GetProperty("Old"), nullptr);
     EXPECT_EQ(Names(assigned), Names(source));
+}
+
+namespace
+{
+/// Two containers linked every way a host can link them. Deleting anything in any order must leave
+/// no pointer behind: under the sanitizer build a stale link is a use after free here.
+struct Scene
+{
+    std::unique_ptr<Named> a = std::make_unique<Named>("A"), b = std::make_unique<Named>("B");
+    QelInterpColorProperty* pTint = static_cast<QelInterpColorProperty*>(a->CreateProperty("Tint", eDataInterpColor));
+    QelMultiProperty* pGroup = a->CreateMultiPropertyGroup("Pos", {"X", "Y"}, {eDataReal, eDataReal});
+    QelProperty* pShared = b->CreateProperty("Shared", eDataColor);
+
+    Scene()
+    {
+        pTint->SetHighColor(pShared);       // a child in another container
+        a->SetIndependentProperty(pShared); // a foreign independent property
+        b->SetIndependentProperty(pGroup->GetChild(0));
+        for (QelProperty* p : {pShared, pGroup->GetChild(1)})
+            for (int i = 0; i < 10; ++i)
+                p->AppendHistory(QelVariant(float(i)));
+    }
+
+    /// Touches every remaining link.
+    void Exercise()
+    {
+        std::vector<QelVariant> values;
+        if (pTint)
+        {
+            pTint->SetValue(0.5f);
+            pTint->GetAsColor();
+            for (QelProperty* p : {pTint->GetHighColorProperty(), pTint->GetLowColorProperty()})
+                if (p)
+                    p->GetAsColor();
+        }
+        if (pGroup)
+            pGroup->GetValues(values);
+        for (QelPropertyContainer* c : {a.get(), b.get()})
+            if (c && c->GetIndependentProperty())
+                c->GetIndependentProperty()->GetAsFloat();
+    }
+};
+} // namespace
+
+TEST(QelNoDangling, DeletingPropertiesClearsEveryLink)
+{
+    QelCapture cap;
+    Scene s;
+    s.Exercise();
+    s.b->DeleteProperty(s.pShared);
+    EXPECT_EQ(s.a->GetIndependentProperty(), nullptr);
+    EXPECT_EQ(s.pTint->GetHighColorProperty(), nullptr);
+    s.Exercise();
+    s.a->DeleteProperty(s.pGroup->GetChild(0));
+    EXPECT_EQ(s.b->GetIndependentProperty(), nullptr);
+    EXPECT_EQ(s.pGroup->GetChildCount(), 1);
+    s.Exercise();
+    s.a->DeleteProperty(s.pTint->GetValueProperty());
+    s.Exercise();
+    EXPECT_EQ(cap.Errors(), 0u);
+}
+
+TEST(QelNoDangling, DeletingContainersInEitherOrder)
+{
+    QelCapture cap;
+    {
+        Scene s;
+        s.a.reset(); // A goes first: B's independent property was A's
+        EXPECT_EQ(s.b->GetIndependentProperty(), nullptr);
+        EXPECT_EQ(s.b->GetProperty("Shared")->History().GetRaw()->size(), 10u);
+    }
+    {
+        Scene s;
+        s.b.reset(); // B goes first: A's tint child and independent property were B's
+        EXPECT_EQ(s.a->GetIndependentProperty(), nullptr);
+        EXPECT_EQ(s.pTint->GetHighColorProperty(), nullptr);
+        s.Exercise();
+    }
+    {
+        Scene s;
+        s.a->DeleteProperty(s.pTint);
+        s.a->DeleteProperty(s.pGroup);
+        s.pTint = nullptr;
+        s.pGroup = nullptr;
+        // Left: the replaced "Tint:High color" and the group's two children; the foreign child stays.
+        EXPECT_EQ(s.a->GetPropertyCount(), 3);
+        EXPECT_EQ(s.b->GetProperty("Shared"), s.pShared);
+        s.Exercise();
+        s.a->OnDelete();
+        s.b->OnDelete();
+    }
+    EXPECT_EQ(cap.Errors(), 0u);
+}
+
+namespace
+{
+/// Records what a property sees of its container while being torn down with it.
+class Probe : public QelProperty
+{
+public:
+    Probe(QelPropertyContainer* pContainer, bool& bSawNull)
+        : QelProperty("Probe", pContainer, eDataReal), m_bSawNull(bSawNull)
+    {
+    }
+    ~Probe() override
+    {
+        m_bSawNull = GetContainer() == nullptr;
+        SetAsDouble(1.0); // must not call back into the half-destroyed container
+        GetAsFloat();
+        m_bSawNull = m_bSawNull && GetFullName() == "(no container).Probe";
+    }
+    bool& m_bSawNull;
+};
+} // namespace
+
+TEST(QelNoDangling, PropertiesTornDownWithTheirContainerSeeNoContainer)
+{
+    bool bSawNull = false;
+    {
+        QelPropertyContainer c;
+        ASSERT_TRUE(c.AddProperty(new Probe(&c, bSawNull)));
+        c.GetProperty("Probe")->SetAsDouble(2.0);
+        EXPECT_TRUE(c.IsDirty());
+    }
+    EXPECT_TRUE(bSawNull);
 }
