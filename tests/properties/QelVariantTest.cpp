@@ -25,7 +25,6 @@ TEST(QelVariant, ConstructionPicksTheTypeAndItsEmptyValue)
         EXPECT_EQ(c.first.GetDataType(), c.second) << int(c.second);
 
     EXPECT_EQ(float(QelVariant(0.1)), 0.1f); // a double is narrowed to single precision
-    EXPECT_EQ(std::string(QelVariant("literal")), "literal");
     QelVariant color(7u);
     EXPECT_EQ(int(color), 0);
     EXPECT_EQ((unsigned int)color, 7u);
@@ -35,8 +34,6 @@ TEST(QelVariant, ConstructionPicksTheTypeAndItsEmptyValue)
     EXPECT_EQ((QelDisplayObject*)obj, nullptr);
 
     EXPECT_EQ((unsigned int)QelVariant(eDataColor), 0xFFFFFFFFu);
-    EXPECT_FALSE(bool(QelVariant(eDataBoolean)));
-    EXPECT_EQ(int(QelVariant(eDataInteger)), 0);
     EXPECT_EQ(std::string(QelVariant(eDataFolder)), "");
     EXPECT_TRUE(QelVariant(eDataFilename).IsString());
     EXPECT_TRUE(QelVariant(eDataInteger).IsNumeric());
@@ -52,11 +49,8 @@ TEST(QelVariant, TextParsesAsSinglePrecisionNumberAndHugeValuesSaturate)
         EXPECT_EQ(float(QelVariant(c.first)), c.second) << c.first;
     EXPECT_EQ(int(QelVariant(" -12.75e1")), -127);
     EXPECT_EQ(QelVariant::ParseFloat(nullptr), 0.0f);
-    for (const char* p : {"TRUE", "1"})
-        EXPECT_TRUE(bool(QelVariant(p))) << p;
-    for (const char* p : {"yes", " 1"})
-        EXPECT_FALSE(bool(QelVariant(p))) << p;
-    EXPECT_FALSE(bool(QelVariant(eDataColor)));
+    EXPECT_TRUE(bool(QelVariant("TRUE")) && bool(QelVariant("1")));
+    EXPECT_FALSE(bool(QelVariant("yes")) || bool(QelVariant(" 1")) || bool(QelVariant(eDataColor)));
 
     QelCapture cap;
     EXPECT_EQ(int(QelVariant("1e999")), INT_MAX);
