@@ -154,7 +154,6 @@ TEST(QelProperty, EnumerationsClampOrResetWithWarnings)
     pMode->SetEnumerationNames({"Off", "Slow", "Fast"}, {});
     EXPECT_TRUE(pMode->IsEnumerated());
     EXPECT_EQ(SetInt(pMode, 1), 1);
-    EXPECT_EQ(cap.Warnings(), 0u);
     EXPECT_EQ(SetInt(pMode, 7), 2);
     EXPECT_EQ(SetInt(pMode, -4), 0);
 
@@ -165,10 +164,6 @@ TEST(QelProperty, EnumerationsClampOrResetWithWarnings)
     QelProperty* pOther = box.CreateProperty("Other", eDataInteger);
     pOther->SetEnumerationNames({"a", "b"}, {10, 20});
     EXPECT_EQ(SetInt(pOther, 3), 10); // current 0 is not listed either: the first listed value
-    EXPECT_EQ(cap.Messages(), (Texts{"<warning> Box.Mode - Invalid property enumeration value 7 was clamped to 2 (Fast)\n",
-                                     "<warning> Box.Mode - Invalid property enumeration value -4 was clamped to 0 (Off)\n",
-                                     "<warning> Box.Unit - Invalid property enumeration value 5 was reset to 100 (cm)\n",
-                                     "<warning> Box.Other - Invalid property enumeration value 3 was reset to 10 (a)\n"}));
 
     // A value list that does not pair with the names is completed by index, with a warning.
     std::vector<std::string> vecNames;
@@ -176,14 +171,19 @@ TEST(QelProperty, EnumerationsClampOrResetWithWarnings)
     pOther->SetEnumerationNames({"a", "b", "c"}, {5});
     pOther->GetEnumerationNames(vecNames, vecValues);
     EXPECT_EQ(vecValues, (std::vector<int>{5, 1, 2}));
-    EXPECT_EQ(cap.Warnings(), 5u);
 
     // The quiet mark lets exactly one changed value through without a check.
     pMode->AcceptNextEnumerationValue();
     pMode->SetAsInt(0); // the current value: the mark stays
     EXPECT_EQ(SetInt(pMode, 5), 5);
     EXPECT_EQ(SetInt(pMode, 6), 2);
-    EXPECT_EQ(cap.Warnings(), 6u);
+    EXPECT_EQ(cap.Messages(),
+              (Texts{"<warning> Box.Mode - Invalid property enumeration value 7 was clamped to 2 (Fast)\n",
+                     "<warning> Box.Mode - Invalid property enumeration value -4 was clamped to 0 (Off)\n",
+                     "<warning> Box.Unit - Invalid property enumeration value 5 was reset to 100 (cm)\n",
+                     "<warning> Box.Other - Invalid property enumeration value 3 was reset to 10 (a)\n",
+                     "<warning> Box.Other - 1 enumeration values given for 3 names; the lists were paired by index\n",
+                     "<warning> Box.Mode - Invalid property enumeration value 6 was clamped to 2 (Fast)\n"}));
 }
 
 TEST(QelProperty, ButtonsAndRenames)
