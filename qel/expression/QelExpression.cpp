@@ -182,6 +182,7 @@ QelExpression& QelExpression::operator=(const QelExpression& other)
     for (const std::string& strName : other.m_pDef->m_setHostVars)
         SetVar(strName, other.m_pDef->m_cVariables.Find(strName)->Evaluate());
     m_pDef->Compile(other.m_pDef->m_strText);
+    UpdateFastPath();
     return *this;
 }
 
@@ -193,6 +194,7 @@ QelExpression::~QelExpression()
 std::string QelExpression::SetExpression(const std::string& strText)
 {
     const std::string strError = m_pDef->Compile(strText);
+    UpdateFastPath();
     if (strError.empty())
         return strError;
     if (m_pDef->m_pProperty)
@@ -215,10 +217,18 @@ bool QelExpression::HasExpression() const
     return m_pDef->m_cProgram.IsCompiled();
 }
 
-double QelExpression::Evaluate()
+void QelExpression::UpdateFastPath()
 {
-    // The hot path: one call from the host into the root node. Programs too deep for the tree run
-    // their flat list, and an empty program points its result at a zero.
+    const MTNode* pRoot = m_pDef->m_cProgram.GetRoot();
+    const bool bFast = pRoot && m_pDef->m_vecBindings.empty();
+    m_pfnFastEval = bFast ? pRoot->pfnEval : nullptr;
+    m_pFastRoot = bFast ? pRoot : nullptr;
+}
+
+double QelExpression::EvaluateFull()
+{
+    // Programs too deep for the tree run their flat list, and an empty program points its result at
+    // a zero.
     QelExpressionDef* d = m_pDef;
     if (!d->m_vecBindings.empty())
         d->RefreshBindings();
@@ -230,13 +240,17 @@ double QelExpression::Evaluate()
 void QelExpression::Clear()
 {
     m_pDef->Unregister();
+    UpdateFastPath();
 }
 
 void QelExpression::SetVar(const std::string& strName, double fValue)
 {
     m_pDef->m_cVariables.Get(strName)->SetValue(fValue);
     if (m_pDef->m_setHostVars.insert(strName).second)
+    {
         m_pDef->RebuildBindings();
+        UpdateFastPath();
+    }
 }
 
 double* QelExpression::FindVar(const std::string& strName)

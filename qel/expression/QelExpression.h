@@ -7,6 +7,7 @@
 
 class QelProperty;
 class QelExpressionDef;
+struct MTNode;
 
 /// A mathematical expression of a property: compiled once, evaluated to a double on demand.
 ///
@@ -37,7 +38,13 @@ public:
     /// True when a text is set and compiled.
     bool HasExpression() const;
     /// 0.0 when nothing is compiled.
-    double Evaluate();
+    double Evaluate()
+    {
+        // Inline, so that an expression with nothing to refresh costs the host one indirect call.
+        if (m_pfnFastEval)
+            return m_pfnFastEval(m_pFastRoot);
+        return EvaluateFull();
+    }
     /// Removes the text and the compiled form; variables and their values stay.
     void Clear();
 
@@ -76,5 +83,12 @@ public:
     QelProperty* GetProperty() const;
 
 private:
+    /// Refreshes property and global variables, then runs whichever form the program has.
+    double EvaluateFull();
+    /// Arms the inline path when the program runs as a tree and no variable needs refreshing.
+    void UpdateFastPath();
+
     QelExpressionDef* m_pDef;
+    double (*m_pfnFastEval)(const MTNode*) = nullptr;
+    const MTNode* m_pFastRoot = nullptr;
 };

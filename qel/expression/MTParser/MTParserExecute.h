@@ -124,7 +124,8 @@ QEL_MT_INLINE double MulThenAdd(double a, double b, double c)
     X3(eMTIfElse, OpIfElse, a != 0.0 ? b : c)                                                                          \
     X3(eMTMulAdd, OpMulAdd, MulThenAdd(a, b, c))                                                                                 \
     X1(eMTSquare, OpSquare, a * a)                                                                                     \
-    X2(eMTSquareAdd, OpSquareAdd, MulThenAdd(a, a, b))
+    X2(eMTSquareAdd, OpSquareAdd, MulThenAdd(a, a, b))                                                                 \
+    X2(eMTSumSquares, OpSumSquares, MulThenAdd(a, a, b * b))
 
 #define QEL_MT_DEFINE0(Code, Name, Expr) QEL_MT_OP0(Name, Expr)
 #define QEL_MT_DEFINE1(Code, Name, Expr) QEL_MT_OP1(Name, Expr)
@@ -226,7 +227,8 @@ const MTNodeFn* Nodes3(std::index_sequence<M...>)
     return t;
 }
 
-/// A function of one argument applied to an arithmetic operation, evaluated as one node.
+/// A function of one argument applied to an arithmetic operation (or a fused sum of squares),
+/// evaluated as one node.
 template <class Outer, class Inner>
 struct Compose
 {

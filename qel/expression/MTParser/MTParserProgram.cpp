@@ -56,6 +56,8 @@ MTNodeFn ComposedNodeFunction(unsigned int nOuter, unsigned int nInner, unsigned
     case eMTSub: return Nodes2<Compose<Outer, OpSub>>(std::make_index_sequence<9>())[nMask % 9];                      \
     case eMTMul: return Nodes2<Compose<Outer, OpMul>>(std::make_index_sequence<9>())[nMask % 9];                      \
     case eMTDiv: return Nodes2<Compose<Outer, OpDiv>>(std::make_index_sequence<9>())[nMask % 9];                      \
+    case eMTSquareAdd: return Nodes2<Compose<Outer, OpSquareAdd>>(std::make_index_sequence<9>())[nMask % 9];          \
+    case eMTSumSquares: return Nodes2<Compose<Outer, OpSumSquares>>(std::make_index_sequence<9>())[nMask % 9];        \
     default: return nullptr;                                                                                           \
     }
     // The functions hosts most often wrap around a difference, a product or a ratio.
@@ -229,6 +231,14 @@ void MTParserProgram::FuseProduct(MTNode& cNode, unsigned int& nOp, unsigned int
             cNode.cArg[0] = cProduct.cArg[0];
             cNode.cArg[1] = cProduct.cArg[1];
             cNode.cArg[2] = cOther;
+        }
+        else if (k == 0 && kind[1] == MTParserDetail::kNodeChild && vecOp[pChild[1]] == eMTSquare)
+        {
+            // A sum of two squares, the start of every length and distance, is one node.
+            nOp = eMTSumSquares;
+            nMask = nProductMask % 3 + 3 * (vecMask[pChild[1]] % 3);
+            cNode.cArg[0] = cProduct.cArg[0];
+            cNode.cArg[1] = m_vecNodes[pChild[1]].cArg[0];
         }
         else
         {

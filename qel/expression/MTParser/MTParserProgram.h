@@ -31,7 +31,7 @@ enum EMTOpCode
     // Generic calls
     eMTCallFunction, eMTCallOperator, eMTLoadVariable,
     // Fused forms made by the compiler for frequent shapes
-    eMTMulAdd, eMTSquare, eMTSquareAdd,
+    eMTMulAdd, eMTSquare, eMTSquareAdd, eMTSumSquares,
     eMTOpCodeCount
 };
 
