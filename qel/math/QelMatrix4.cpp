@@ -7,7 +7,11 @@
 
 bool QelMatrix4::Invert()
 {
+#if defined(__SSE2__)
+    return QelLUInvert4(m_fM);
+#else
     return QelLUInvert<4>(m_fM);
+#endif
 }
 
 void QelMatrix4::OrthoNormalize()

@@ -8,6 +8,9 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 /// 4 x 4 float matrix laid out as OpenGL takes it: column-major (element (r, c) at index 4c + r,
 /// translation at 12-14), column vectors, every operation composing on the right (this = this * X).
@@ -16,7 +19,7 @@
 class QEL_EXPORT QelMatrix4
 {
 public:
-    float m_fM[16];
+    alignas(16) float m_fM[16];
     bool m_bMathematicallySound;
 
     /// True: identity; false: all zeros. The flag starts clear.
@@ -193,8 +196,9 @@ public:
         QelMatrix4 r(NoInit{});
         for (int c = 0; c < 4; ++c)
         {
-            const float* pb = b.m_fM + 4 * c;
-            r.SetCol(c, a0 * pb[0] + a1 * pb[1] + a2 * pb[2] + a3 * pb[3]);
+            // One load per column of b, its elements spread in registers.
+            const Lanes bc = b.Col(c);
+            r.SetCol(c, a0 * Splat<0>(bc) + a1 * Splat<1>(bc) + a2 * Splat<2>(bc) + a3 * Splat<3>(bc));
         }
         r.m_bMathematicallySound = m_bMathematicallySound;
         r.KeepAffine();
@@ -204,17 +208,20 @@ public:
     /// copied, whatever v.w holds.
     QelVec4 operator*(const QelVec4& v) const
     {
-        const bool bSound = m_bMathematicallySound;
-        Lanes o = Col(0) * v.x + Col(1) * v.y + Col(2) * v.z + Col(3) * (bSound ? v.w : 1.0f);
-        if (!bSound)
-            o[3] = v.w;
-        return QelVec4(o[0], o[1], o[2], o[3]);
+        const Lanes l = Load(&v.x);
+        QelVec4 r;
+        if (m_bMathematicallySound)
+            Store(&r.x, Col(0) * Splat<0>(l) + Col(1) * Splat<1>(l) + Col(2) * Splat<2>(l) + Col(3) * Splat<3>(l));
+        else
+            Store(&r.x, WithW(Col(0) * Splat<0>(l) + Col(1) * Splat<1>(l) + Col(2) * Splat<2>(l) + Col(3), l));
+        return r;
     }
     /// Always affine: rotation part times v plus the translation, no division by w.
     QelVec3 operator*(const QelVec3& v) const
     {
-        const Lanes o = Col(0) * v.x + Col(1) * v.y + Col(2) * v.z + Col(3);
-        return QelVec3(o[0], o[1], o[2]);
+        return QelVec3((m_fM[0] * v.x + m_fM[4] * v.y) + (m_fM[8] * v.z + m_fM[12]),
+                       (m_fM[1] * v.x + m_fM[5] * v.y) + (m_fM[9] * v.z + m_fM[13]),
+                       (m_fM[2] * v.x + m_fM[6] * v.y) + (m_fM[10] * v.z + m_fM[14]));
     }
     /// Compares the sixteen elements exactly (not the flag).
     bool operator==(const QelMatrix4& o) const
@@ -248,13 +255,41 @@ private:
         Lanes operator-(const Lanes& o) const { return Lanes{{v[0] - o.v[0], v[1] - o.v[1], v[2] - o.v[2], v[3] - o.v[3]}}; }
     };
 #endif
-    Lanes Col(int c) const
+    static Lanes Load(const float* pf)
     {
         Lanes l;
-        std::memcpy(&l, m_fM + 4 * c, sizeof(l));
+        std::memcpy(&l, pf, sizeof(l));
         return l;
     }
-    void SetCol(int c, const Lanes& l) { std::memcpy(m_fM + 4 * c, &l, sizeof(l)); }
+    static void Store(float* pf, const Lanes& l) { std::memcpy(pf, &l, sizeof(l)); }
+    Lanes Col(int c) const { return Load(m_fM + 4 * c); }
+    void SetCol(int c, const Lanes& l) { Store(m_fM + 4 * c, l); }
+#if defined(__GNUC__)
+    /// Lane I in all four lanes. On x86 through the integer shuffle, which unlike the float one
+    /// does not overwrite its source, so no register copy goes with each of them.
+    template <int I>
+    static Lanes Splat(const Lanes& l)
+    {
+#if defined(__SSE2__)
+        return (Lanes)_mm_shuffle_epi32((__m128i)l, _MM_SHUFFLE(I, I, I, I));
+#else
+        return __builtin_shufflevector(l, l, I, I, I, I);
+#endif
+    }
+    /// x, y, z of o and w of v, by masks: SSE2 has no single shuffle for it.
+    static Lanes WithW(const Lanes& o, const Lanes& v)
+    {
+        typedef int Bits __attribute__((vector_size(16)));
+        return (Lanes)(((Bits)o & Bits{-1, -1, -1, 0}) | ((Bits)v & Bits{0, 0, 0, -1}));
+    }
+#else
+    template <int I>
+    static Lanes Splat(const Lanes& l)
+    {
+        return Lanes{{l[I], l[I], l[I], l[I]}};
+    }
+    static Lanes WithW(const Lanes& o, const Lanes& v) { return Lanes{{o[0], o[1], o[2], v[3]}}; }
+#endif
     explicit QelMatrix4(NoInit) {}
 
     void KeepAffine()
