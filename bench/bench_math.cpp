@@ -259,8 +259,11 @@ void Qel_Normalize(benchmark::State& st)
     {
         for (size_t k = 0; k < kInputs; ++k)
         {
-            out[k] = in.qVec[k];
-            out[k].Normalize();
+            // Normalised in a local, as the GLM side works in registers: normalising out[k] in
+            // place made the compiler copy through integer registers and reload from memory.
+            QelVec3 v = in.qVec[k];
+            v.Normalize();
+            out[k] = v;
         }
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();

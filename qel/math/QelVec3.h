@@ -5,6 +5,9 @@
 
 #include <cmath>
 #include <string>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 /// Three-component float vector: positions, directions, sizes and RGB colors.
 class QEL_EXPORT QelVec3
@@ -68,7 +71,7 @@ public:
     {
         // A select rather than a branch: the result then stays in registers in callers' loops.
         const float fSq = MagnitudeSquared();
-        const float fScale = fSq != 0.0f ? 1.0f / std::sqrt(fSq) : 1.0f;
+        const float fScale = fSq != 0.0f ? 1.0f / SquareRoot(fSq) : 1.0f;
         *this *= fScale;
     }
     QelVec3 NormalizeWithReturn()
@@ -102,6 +105,19 @@ public:
     }
     /// "(X:1, Y:2.5, Z:0)"
     std::string String() const;
+
+private:
+    /// The correctly rounded square root of a sum of squares. On x86 the instruction itself:
+    /// std::sqrt adds a test and an error-reporting call for negative input, which a sum of
+    /// squares never is, to every normalisation.
+    static float SquareRoot(float f)
+    {
+#if defined(__SSE2__)
+        return _mm_cvtss_f32(_mm_sqrt_ss(_mm_set1_ps(f)));
+#else
+        return std::sqrt(f);
+#endif
+    }
 };
 
 inline constexpr QelVec3 QelVec3::kZero(0.0f, 0.0f, 0.0f);
