@@ -130,7 +130,8 @@ typedef __m128 V;
 template <int L>
 inline V Bc(V v)
 {
-    return _mm_shuffle_ps(v, v, _MM_SHUFFLE(L, L, L, L));
+    // The integer shuffle leaves its source intact, so no register copy goes with it.
+    return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(v), _MM_SHUFFLE(L, L, L, L)));
 }
 /// m ? b : a, lane by lane (m all ones or all zeros per lane).
 inline V Pick(V a, V b, V m)
