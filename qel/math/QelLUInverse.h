@@ -197,17 +197,29 @@ inline void Step(Rows& s, V col)
         rc[i] = Lane(rcol, i);
     }
     // Row i wins when its scaled value beats every later row strictly and no earlier row beats it:
-    // the last of equal candidates is taken, as the sequential ">=" search takes it.
+    // the last of equal candidates is taken, as the sequential ">=" search takes it. Each mask is
+    // an AND of at most three pairwise tests, combined as a tree.
+    V g[4][4]; // g[i][k], i < k: row i beats row k
     for (int i = J; i < 4; ++i)
+        for (int k = i + 1; k < 4; ++k)
+            g[i][k] = Greater(sc[i], sc[k]);
+    if constexpr (J == 0)
     {
-        w[i] = _mm_castsi128_ps(_mm_set1_epi32(-1));
-        for (int k = J; k < 4; ++k)
-        {
-            if (k > i)
-                w[i] = _mm_and_ps(w[i], Greater(sc[i], sc[k]));
-            else if (k < i)
-                w[i] = _mm_andnot_ps(Greater(sc[k], sc[i]), w[i]);
-        }
+        w[0] = _mm_and_ps(_mm_and_ps(g[0][1], g[0][2]), g[0][3]);
+        w[1] = _mm_andnot_ps(g[0][1], _mm_and_ps(g[1][2], g[1][3]));
+        w[2] = _mm_andnot_ps(_mm_or_ps(g[0][2], g[1][2]), g[2][3]);
+        w[3] = _mm_andnot_ps(_mm_or_ps(_mm_or_ps(g[0][3], g[1][3]), g[2][3]), _mm_castsi128_ps(_mm_set1_epi32(-1)));
+    }
+    else if constexpr (J == 1)
+    {
+        w[1] = _mm_and_ps(g[1][2], g[1][3]);
+        w[2] = _mm_andnot_ps(g[1][2], g[2][3]);
+        w[3] = _mm_andnot_ps(_mm_or_ps(g[1][3], g[2][3]), _mm_castsi128_ps(_mm_set1_epi32(-1)));
+    }
+    else
+    {
+        w[2] = g[2][3];
+        w[3] = _mm_andnot_ps(g[2][3], _mm_castsi128_ps(_mm_set1_epi32(-1)));
     }
     V u = _mm_and_ps(w[J], s.r[J]), b = _mm_and_ps(w[J], s.q[J]), r = _mm_and_ps(w[J], rc[J]);
     for (int i = J + 1; i < 4; ++i)
@@ -226,15 +238,16 @@ inline void Step(Rows& s, V col)
     else
         m = _mm_unpacklo_ps(w[2], w[3]);
     s.vv = Pick(s.vv, Bc<J>(s.vv), m);
-    // The row displaced by the pivot takes the pivot's old place: only the winner's masks let the
-    // difference through.
-    const V du = _mm_xor_ps(u, s.r[J]), db = _mm_xor_ps(b, s.q[J]);
+    // The row displaced by the pivot takes the pivot's old place. Its multiplier and its swapped
+    // form come from differences taken before the search ends, so neither waits for the pivot row.
+    const V cJ = Bc<J>(s.r[J]);
     for (int i = J + 1; i < 4; ++i)
     {
-        const V ri = _mm_xor_ps(s.r[i], _mm_and_ps(w[i], du));
-        const V f = _mm_mul_ps(Bc<J>(ri), r);
+        const V ci = Bc<J>(s.r[i]);
+        const V f = _mm_mul_ps(Pick(ci, cJ, w[i]), r);
+        const V ri = Pick(s.r[i], s.r[J], w[i]);
         s.r[i] = _mm_sub_ps(ri, _mm_mul_ps(u, f));
-        s.q[i] = _mm_sub_ps(_mm_xor_ps(s.q[i], _mm_and_ps(w[i], db)), _mm_mul_ps(b, f));
+        s.q[i] = _mm_sub_ps(Pick(s.q[i], s.q[J], w[i]), _mm_mul_ps(b, f));
     }
     s.u[J] = _mm_mul_ps(u, r);
     s.b[J] = _mm_mul_ps(b, r);
