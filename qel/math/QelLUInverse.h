@@ -221,13 +221,6 @@ inline void Step(Rows& s, V col)
         w[2] = g[2][3];
         w[3] = _mm_andnot_ps(g[2][3], _mm_castsi128_ps(_mm_set1_epi32(-1)));
     }
-    V u = _mm_and_ps(w[J], s.r[J]), b = _mm_and_ps(w[J], s.q[J]), r = _mm_and_ps(w[J], rc[J]);
-    for (int i = J + 1; i < 4; ++i)
-    {
-        u = _mm_or_ps(u, _mm_and_ps(w[i], s.r[i]));
-        b = _mm_or_ps(b, _mm_and_ps(w[i], s.q[i]));
-        r = _mm_or_ps(r, _mm_and_ps(w[i], rc[i]));
-    }
     // The winner as a lane mask (lanes below J are don't-care): the displaced row's scale moves
     // to the winner's lane.
     V m;
@@ -237,6 +230,16 @@ inline void Step(Rows& s, V col)
         m = _mm_shuffle_ps(w[1], _mm_unpacklo_ps(w[2], w[3]), _MM_SHUFFLE(3, 2, 1, 0));
     else
         m = _mm_unpacklo_ps(w[2], w[3]);
+    V u = _mm_and_ps(w[J], s.r[J]), r = _mm_and_ps(w[J], rc[J]);
+    // Before the first step the right-hand sides are the unit rows: the winner's is its lane mask.
+    V b = J == 0 ? _mm_and_ps(m, _mm_set1_ps(1.0f)) : _mm_and_ps(w[J], s.q[J]);
+    for (int i = J + 1; i < 4; ++i)
+    {
+        u = _mm_or_ps(u, _mm_and_ps(w[i], s.r[i]));
+        if (J != 0)
+            b = _mm_or_ps(b, _mm_and_ps(w[i], s.q[i]));
+        r = _mm_or_ps(r, _mm_and_ps(w[i], rc[i]));
+    }
     s.vv = Pick(s.vv, Bc<J>(s.vv), m);
     // The row displaced by the pivot takes the pivot's old place. Its multiplier and its swapped
     // form come from differences taken before the search ends, so neither waits for the pivot row.
