@@ -258,9 +258,9 @@ inline void Step(Rows& s, V col)
 } // namespace QelLUDetail
 
 /// QelLUInvert<4> written as packed row operations; same pivots, refusal, 1e-20 replacement and
-/// rounding as the generic routine, but with no branch on the data apart from the refusal. Only
-/// a NaN among the scaled candidates is ranked differently (by its bits rather than skipped);
-/// the result is NaN either way.
+/// rounding as the generic routine, but with no branch on the data apart from the refusal. A NaN
+/// among the scaled candidates is ranked by its bits where the generic search skips it, so the
+/// two can differ only for NaN input or a row whose scale overflows to infinity.
 inline bool QelLUInvert4(float* pfM)
 {
     using namespace QelLUDetail;
