@@ -1,36 +1,13 @@
 #include "qel/math/QelIVec2.h"
 
 #include "qel/framework/QelSysApp.h"
-#include "qel/math/QelMathConstants.h"
+#include "qel/math/QelMathInternal.h"
 
 #include <sstream>
 
-namespace
-{
-/// Float to int by truncation, saturated where the value does not fit (a plain cast would be undefined).
-int TruncateToInt(float f)
-{
-    if (!(f == f))
-        return 0;
-    if (f >= 2147483520.0f)
-        return 2147483647;
-    if (f <= -2147483648.0f)
-        return -2147483647 - 1;
-    return static_cast<int>(f);
-}
-} // namespace
-
 float QelIVec2::AngleTo(const QelIVec2& o) const
 {
-    const float fLengths = Magnitude() * o.Magnitude();
-    if (fLengths == 0.0f)
-        return 0.0f;
-    const float c = float(Dot(o)) / fLengths;
-    if (c >= 1.0f)
-        return 0.0f;
-    if (c <= -1.0f)
-        return 180.0f;
-    return std::acos(c) * kQelRadToDeg;
+    return QelAngleFromDot(float(Dot(o)), Magnitude() * o.Magnitude());
 }
 
 void QelIVec2::Rotate(float fRadians)
@@ -38,8 +15,8 @@ void QelIVec2::Rotate(float fRadians)
     const float c = std::cos(fRadians), s = std::sin(fRadians);
     const float fX = float(x) * c - float(y) * s;
     const float fY = float(x) * s + float(y) * c;
-    x = TruncateToInt(fX);
-    y = TruncateToInt(fY);
+    x = QelTruncateToInt(fX);
+    y = QelTruncateToInt(fY);
 }
 
 std::string QelIVec2::String() const

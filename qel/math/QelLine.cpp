@@ -1,23 +1,13 @@
 #include "qel/math/QelLine.h"
 
+#include "qel/math/QelMathInternal.h"
+
 namespace
 {
-/// Truncation toward zero, saturated outside the int range (a plain cast would be undefined there).
-int SideToInt(float f)
-{
-    if (!(f == f))
-        return 0;
-    if (f >= 2147483520.0f)
-        return 2147483647;
-    if (f <= -2147483648.0f)
-        return -2147483647 - 1;
-    return static_cast<int>(f);
-}
-
 /// Both non-zero and, after truncation, of the same sign.
 bool SameSide(float r1, float r2)
 {
-    return r1 != 0.0f && r2 != 0.0f && (SideToInt(r1) ^ SideToInt(r2)) >= 0;
+    return r1 != 0.0f && r2 != 0.0f && (QelTruncateToInt(r1) ^ QelTruncateToInt(r2)) >= 0;
 }
 } // namespace
 

@@ -2,6 +2,7 @@
 
 #include "qel/framework/QelSysApp.h"
 #include "qel/math/QelLUInverse.h"
+#include "qel/math/QelMathInternal.h"
 
 #include <sstream>
 
@@ -16,25 +17,7 @@ bool QelMatrix4::Invert()
 
 void QelMatrix4::OrthoNormalize()
 {
-    QelVec3 c0(m_fM), c1(m_fM + 4), c2(m_fM + 8);
-    auto unit = [](QelVec3& v) {
-        if (v.MagnitudeSquared() == 0.0f)
-            v = QelVec3::kZero;
-        else
-            v.Normalize();
-    };
-    unit(c0);
-    c1 -= c0 * c1.Dot(c0);
-    unit(c1);
-    c2 -= c0 * c2.Dot(c0) + c1 * c2.Dot(c1);
-    unit(c2);
-    const QelVec3* cols[3] = {&c0, &c1, &c2};
-    for (int c = 0; c < 3; ++c)
-    {
-        m_fM[4 * c] = cols[c]->x;
-        m_fM[4 * c + 1] = cols[c]->y;
-        m_fM[4 * c + 2] = cols[c]->z;
-    }
+    QelOrthoNormalizeColumns<4>(m_fM);
 }
 
 QelVec4 QelMatrix4::ConvertToQuaternion() const

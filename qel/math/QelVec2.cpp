@@ -1,20 +1,12 @@
 #include "qel/math/QelVec2.h"
 
-#include "qel/math/QelMathConstants.h"
+#include "qel/math/QelMathInternal.h"
 
 #include <sstream>
 
 float QelVec2::AngleTo(const QelVec2& o) const
 {
-    const float fLengths = Magnitude() * o.Magnitude();
-    if (fLengths == 0.0f)
-        return 0.0f;
-    const float c = Dot(o) / fLengths;
-    if (c >= 1.0f)
-        return 0.0f;
-    if (c <= -1.0f)
-        return 180.0f;
-    return std::acos(c) * kQelRadToDeg;
+    return QelAngleFromDot(Dot(o), Magnitude() * o.Magnitude());
 }
 
 std::string QelVec2::String() const
