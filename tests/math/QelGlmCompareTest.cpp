@@ -223,6 +223,8 @@ TEST_F(GlmCompare, VectorsAndQuaternions)
         const QelVec4 aa = r.ConvertToAxisAngle();
         const float fAngle = glm::degrees(glm::angle(g));
         if (aa.w > 0.5f)
+        {
             ASSERT_NEAR(aa.w, fAngle > 180.0f ? 360.0f - fAngle : fAngle, 2e-2f);
+        }
     }
 }

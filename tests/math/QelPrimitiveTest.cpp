@@ -53,7 +53,9 @@ TEST(QelLine, Intersects2DTruncatingSignTest)
         QelVec2 p(-1, -1);
         EXPECT_EQ(c.a.Intersects2D(c.b, p), c.e) << &c - cases;
         if (c.e != QelLine::eIntersect)
+        {
             EXPECT_EQ(p, QelVec2(-1, -1)); // untouched on a miss
+        }
     }
     QelVec2 p;
     // z is ignored.
@@ -120,7 +122,9 @@ TEST(QelTriangle, RayHitsInsideOnlyAndEdgesMiss)
         const QelVec3 dir(0, 0, c.start.z > 0 ? -1.0f : 1.0f);
         EXPECT_EQ(tri.IsRayIntersecting(QelRay(c.start, dir), hit, c.fTol), c.bHit) << c.start.String();
         if (c.bHit)
+        {
             EXPECT_EQ(hit, QelVec3(c.start.x, c.start.y, 0));
+        }
     }
     EXPECT_EQ(QelTriangle(QelVec3(1, 2, 3), QelVec3(), QelVec3()).String(),
               "{ A:(X:1, Y:2, Z:3),\n  B:(X:0, Y:0, Z:0),\n  C:(X:0, Y:0, Z:0) }\n");
