@@ -6,9 +6,9 @@
 #include "qel/math/QelVec3.h"
 #include "qel/math/QelVec4.h"
 
+#include "tests/support/QelOffscreenGL.h"
+
 #include <GL/glew.h>
-#include <EGL/egl.h>
-#include <EGL/eglext.h>
 #include <zlib.h>
 
 #include <cmath>
@@ -20,83 +20,6 @@
 namespace
 {
 const int kSize = 256;
-
-/// A surfaceless EGL context with a colour+depth framebuffer object to draw into, so the demo
-/// renders without a display.
-class OffscreenTarget
-{
-public:
-    bool Create(int nWidth, int nHeight, std::string& strWhy)
-    {
-        setenv("EGL_PLATFORM", "surfaceless", 0);
-        auto getPlatformDisplay =
-            reinterpret_cast<PFNEGLGETPLATFORMDISPLAYEXTPROC>(eglGetProcAddress("eglGetPlatformDisplayEXT"));
-        if (getPlatformDisplay)
-            m_pDisplay = getPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
-        if (m_pDisplay == EGL_NO_DISPLAY)
-            m_pDisplay = eglGetDisplay(EGL_DEFAULT_DISPLAY);
-        EGLint nMajor = 0, nMinor = 0;
-        if (m_pDisplay == EGL_NO_DISPLAY || !eglInitialize(m_pDisplay, &nMajor, &nMinor))
-            return Fail(strWhy, "no EGL display");
-        if (!eglBindAPI(EGL_OPENGL_API))
-            return Fail(strWhy, "desktop OpenGL is not available through EGL");
-        const EGLint configAttribs[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};
-        EGLConfig config = nullptr;
-        EGLint nConfigs = 0;
-        eglChooseConfig(m_pDisplay, configAttribs, &config, 1, &nConfigs);
-        const EGLint ctxAttribs[] = {EGL_CONTEXT_OPENGL_PROFILE_MASK, EGL_CONTEXT_OPENGL_COMPATIBILITY_PROFILE_BIT,
-                                     EGL_NONE};
-        m_pContext = eglCreateContext(m_pDisplay, nConfigs ? config : nullptr, EGL_NO_CONTEXT, ctxAttribs);
-        if (m_pContext == EGL_NO_CONTEXT)
-            return Fail(strWhy, "eglCreateContext failed");
-        if (!eglMakeCurrent(m_pDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, m_pContext))
-            return Fail(strWhy, "eglMakeCurrent without a surface failed");
-        // Without an X display GLEW answers "no GLX display" (4) after loading every entry point.
-        GLenum nErr = glewInit();
-        if ((nErr != GLEW_OK && nErr != 4) || !glGenFramebuffers)
-            return Fail(strWhy, "no framebuffer objects");
-        glGenFramebuffers(1, &m_nFbo);
-        glBindFramebuffer(GL_FRAMEBUFFER, m_nFbo);
-        glGenRenderbuffers(2, m_nRenderbuffers);
-        glBindRenderbuffer(GL_RENDERBUFFER, m_nRenderbuffers[0]);
-        glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, nWidth, nHeight);
-        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, m_nRenderbuffers[0]);
-        glBindRenderbuffer(GL_RENDERBUFFER, m_nRenderbuffers[1]);
-        glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT24, nWidth, nHeight);
-        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, m_nRenderbuffers[1]);
-        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE)
-            return Fail(strWhy, "offscreen framebuffer incomplete");
-        glDrawBuffer(GL_COLOR_ATTACHMENT0);
-        glReadBuffer(GL_COLOR_ATTACHMENT0);
-        return true;
-    }
-
-    ~OffscreenTarget()
-    {
-        if (m_nFbo)
-        {
-            glDeleteRenderbuffers(2, m_nRenderbuffers);
-            glDeleteFramebuffers(1, &m_nFbo);
-        }
-        if (m_pContext != EGL_NO_CONTEXT)
-        {
-            eglMakeCurrent(m_pDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-            eglDestroyContext(m_pDisplay, m_pContext);
-        }
-    }
-
-private:
-    static bool Fail(std::string& strWhy, const char* pWhy)
-    {
-        strWhy = pWhy;
-        return false;
-    }
-
-    EGLDisplay m_pDisplay = EGL_NO_DISPLAY;
-    EGLContext m_pContext = EGL_NO_CONTEXT;
-    GLuint m_nFbo = 0;
-    GLuint m_nRenderbuffers[2] = {0, 0};
-};
 
 void PutBigEndian(std::vector<unsigned char>& vOut, uint32_t n)
 {
@@ -211,9 +134,8 @@ private:
 
 void Run(QelDemoApp&)
 {
-    OffscreenTarget target;
     std::string strWhy;
-    if (!target.Create(kSize, kSize, strWhy))
+    if (!QelOffscreenGL::MakeCurrent(&strWhy, kSize, kSize))
     {
         std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
         return;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// One offscreen OpenGL context per test process: EGL on Mesa's surfaceless platform, with a
+/// One offscreen OpenGL context per process (the GL tests and the demo draw into it): EGL on Mesa's surfaceless platform, with a
 /// colour+depth framebuffer object of the given size bound as the draw target. Compatibility profile,
 /// so fixed-function drawing works.
 class QelOffscreenGL
