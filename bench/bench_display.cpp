@@ -4,6 +4,7 @@
 #include "qel/display/QelDisplayObject.h"
 #include "qel/framework/QelSysApp.h"
 #include "qel/properties/QelProperty.h"
+#include "tests/support/QelSilentApp.h"
 
 #include <benchmark/benchmark.h>
 
@@ -12,12 +13,7 @@
 
 namespace
 {
-class SilentApp : public QelSysApp
-{
-public:
-    SilentApp() : QelSysApp(this) {}
-    void PrintToConsole(const char*, ...) const override {}
-};
+using SilentApp = QelSilentApp;
 SilentApp s_app;
 
 void BM_GetTransformUnchanged(benchmark::State& state)

@@ -2,6 +2,7 @@
 // expression written in C++. Variables change between evaluations.
 #include "qel/expression/QelExpression.h"
 #include "qel/framework/QelSysApp.h"
+#include "tests/support/QelSilentApp.h"
 
 #include <benchmark/benchmark.h>
 #include <muParser.h>
@@ -11,12 +12,7 @@
 
 namespace
 {
-class BenchApp : public QelSysApp
-{
-public:
-    BenchApp() : QelSysApp(this) {}
-    void PrintToConsole(const char*, ...) const override {}
-};
+using BenchApp = QelSilentApp;
 BenchApp s_app;
 
 const double kPi = 3.141592653589793;

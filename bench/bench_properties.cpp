@@ -6,6 +6,7 @@
 #include "qel/properties/QelPropertyContainer.h"
 #include "qel/properties/QelPropertyHistory.h"
 #include "qel/properties/QelVariant.h"
+#include "tests/support/QelSilentApp.h"
 
 #include <benchmark/benchmark.h>
 
@@ -16,13 +17,7 @@
 
 namespace
 {
-/// Drops every message: a benchmark prints only its figures.
-class SilentApp : public QelSysApp
-{
-public:
-    SilentApp() : QelSysApp(this) {}
-    void PrintToConsole(const char*, ...) const override {}
-};
+using SilentApp = QelSilentApp;
 SilentApp g_app;
 
 /// A container whose recalculation does nothing, so the cycle measures the relay itself.

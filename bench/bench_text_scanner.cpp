@@ -4,6 +4,7 @@
 // memory.
 #include "qel/framework/QelSysApp.h"
 #include "qel/util/QelTextScanner.h"
+#include "tests/support/QelSilentApp.h"
 
 #include <benchmark/benchmark.h>
 
@@ -16,12 +17,7 @@
 
 namespace
 {
-class SilentApp : public QelSysApp
-{
-public:
-    SilentApp() : QelSysApp(this) {}
-    void PrintToConsole(const char*, ...) const override {}
-};
+using SilentApp = QelSilentApp;
 SilentApp s_app;
 
 /// The test file, written to /tmp on first use and removed at exit.

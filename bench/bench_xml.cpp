@@ -3,6 +3,7 @@
 // memory blocks (plain and compressed) and a gzip file, load each back and read every value.
 #include "qel/framework/QelSysApp.h"
 #include "qel/xml/QelMasterXMLInterface.h"
+#include "tests/support/QelSilentApp.h"
 
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
@@ -18,12 +19,7 @@
 
 namespace
 {
-class SilentApp : public QelSysApp
-{
-public:
-    SilentApp() : QelSysApp(this) {}
-    void PrintToConsole(const char*, ...) const override {}
-};
+using SilentApp = QelSilentApp;
 
 const int kObjects = 10000;
 const int kValuesPerObject = 10;

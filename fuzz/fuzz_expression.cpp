@@ -5,18 +5,14 @@
 #include "qel/expression/MTParser/MTParserRegistrar.h"
 #include "qel/expression/QelExpression.h"
 #include "qel/framework/QelSysApp.h"
+#include "tests/support/QelSilentApp.h"
 
 #include <cstdint>
 #include <string>
 
 namespace
 {
-class SilentApp : public QelSysApp
-{
-public:
-    SilentApp() : QelSysApp(this) {}
-    void PrintToConsole(const char*, ...) const override {}
-};
+using SilentApp = QelSilentApp;
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)

@@ -6,18 +6,14 @@
 #include "qel/properties/QelProperty.h"
 #include "qel/properties/QelPropertyContainer.h"
 #include "qel/properties/QelVariant.h"
+#include "tests/support/QelSilentApp.h"
 
 #include <cstdint>
 #include <string>
 
 namespace
 {
-class SilentApp : public QelSysApp
-{
-public:
-    SilentApp() : QelSysApp(this) {}
-    void PrintToConsole(const char*, ...) const override {}
-};
+using SilentApp = QelSilentApp;
 
 volatile unsigned s_nSink;
 

@@ -2,18 +2,14 @@
 // switches and how the input is walked; the rest is the file.
 #include "qel/framework/QelSysApp.h"
 #include "qel/util/QelTextScanner.h"
+#include "tests/support/QelSilentApp.h"
 
 #include <cstdint>
 #include <cstring>
 
 namespace
 {
-class SilentApp : public QelSysApp
-{
-public:
-    SilentApp() : QelSysApp(this) {}
-    void PrintToConsole(const char*, ...) const override {}
-};
+using SilentApp = QelSilentApp;
 
 /// Delimits at semicolons too, so the virtual path is fuzzed as well.
 class SemicolonScanner : public QelTextScanner

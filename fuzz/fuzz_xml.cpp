@@ -3,6 +3,7 @@
 // does; the rest is the input.
 #include "qel/framework/QelSysApp.h"
 #include "qel/xml/QelMasterXMLInterface.h"
+#include "tests/support/QelSilentApp.h"
 
 #include <cstdint>
 #include <cstring>
@@ -12,12 +13,7 @@
 
 namespace
 {
-class SilentApp : public QelSysApp
-{
-public:
-    SilentApp() : QelSysApp(this) {}
-    void PrintToConsole(const char*, ...) const override {}
-};
+using SilentApp = QelSilentApp;
 
 volatile size_t s_nSink;
 

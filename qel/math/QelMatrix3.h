@@ -78,33 +78,9 @@ public:
         r.m_fM[8] = z * z * t + c;
         *this = *this * r;
     }
-    void RotateX(float fDegrees)
-    {
-        const float fRad = fDegrees * kQelDegToRad;
-        QelMatrix3 r(true);
-        r.m_fM[4] = r.m_fM[8] = std::cos(fRad);
-        r.m_fM[5] = std::sin(fRad);
-        r.m_fM[7] = -r.m_fM[5];
-        *this = *this * r;
-    }
-    void RotateY(float fDegrees)
-    {
-        const float fRad = fDegrees * kQelDegToRad;
-        QelMatrix3 r(true);
-        r.m_fM[0] = r.m_fM[8] = std::cos(fRad);
-        r.m_fM[6] = std::sin(fRad);
-        r.m_fM[2] = -r.m_fM[6];
-        *this = *this * r;
-    }
-    void RotateZ(float fDegrees)
-    {
-        const float fRad = fDegrees * kQelDegToRad;
-        QelMatrix3 r(true);
-        r.m_fM[0] = r.m_fM[4] = std::cos(fRad);
-        r.m_fM[1] = std::sin(fRad);
-        r.m_fM[3] = -r.m_fM[1];
-        *this = *this * r;
-    }
+    void RotateX(float fDegrees) { RotatePlane(1, 2, fDegrees); }
+    void RotateY(float fDegrees) { RotatePlane(2, 0, fDegrees); }
+    void RotateZ(float fDegrees) { RotatePlane(0, 1, fDegrees); }
     /// Gram-Schmidt on the columns; a column of length exactly 0 becomes zeros.
     void OrthoNormalize();
 
@@ -145,5 +121,16 @@ private:
         const float t = m_fM[i];
         m_fM[i] = m_fM[j];
         m_fM[j] = t;
+    }
+
+    /// Turns about the axis normal to the plane of axes a and b (a to b positive), composed on the right.
+    void RotatePlane(int a, int b, float fDegrees)
+    {
+        const float fRad = fDegrees * kQelDegToRad;
+        QelMatrix3 r(true);
+        r.m_fM[4 * a] = r.m_fM[4 * b] = std::cos(fRad);
+        r.m_fM[3 * a + b] = std::sin(fRad);
+        r.m_fM[3 * b + a] = -r.m_fM[3 * a + b];
+        *this = *this * r;
     }
 };
