@@ -4,6 +4,7 @@
 
 // platform
 #include "qel/platform/QelAutomationVariant.h"
+#include "qel/platform/QelExecutableMemory.h"
 #include "qel/platform/QelExport.h"
 #include "qel/platform/QelGuid.h"
 #include "qel/platform/QelHandles.h"

@@ -219,21 +219,18 @@ bool QelExpression::HasExpression() const
 
 void QelExpression::UpdateFastPath()
 {
-    const MTNode* pRoot = m_pDef->m_cProgram.GetRoot();
-    const bool bFast = pRoot && m_pDef->m_vecBindings.empty();
-    m_pfnFastEval = bFast ? pRoot->pfnEval : nullptr;
-    m_pFastRoot = bFast ? pRoot : nullptr;
+    MTNodeFn pfnEval = nullptr;
+    const MTNode* pArg = nullptr;
+    const bool bFast = m_pDef->m_cProgram.GetDirectEvaluation(pfnEval, pArg) && m_pDef->m_vecBindings.empty();
+    m_pfnFastEval = bFast ? pfnEval : nullptr;
+    m_pFastRoot = bFast ? pArg : nullptr;
 }
 
 double QelExpression::EvaluateFull()
 {
-    // Programs too deep for the tree run their flat list, and an empty program points its result at
-    // a zero.
     QelExpressionDef* d = m_pDef;
     if (!d->m_vecBindings.empty())
         d->RefreshBindings();
-    if (const MTNode* pRoot = d->m_cProgram.GetRoot())
-        return pRoot->pfnEval(pRoot);
     return d->m_cProgram.Evaluate();
 }
 

@@ -5,12 +5,16 @@
 #include "qel/expression/MTParser/MTParserRegistrar.h"
 #include "qel/expression/MTParser/MemVariableEvaluator.h"
 #include "qel/expression/MTParser/MemVariableFactory.h"
+#include "qel/platform/QelExecutableMemory.h"
 #include "qel/platform/QelRandom.h"
 #include "tests/support/QelTestApp.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+#include <memory>
+#include <random>
 
 namespace
 {
@@ -225,13 +229,111 @@ TEST(MTParserCompiler, TreeAndFlatFormsAgree)
             f.Get("b")->SetValue(v[1]);
             f.Get("c")->SetValue(v[2]);
             QelSRand(5);
-            const double fTree = cTree.Evaluate();
+            const double fTree = cTree.EvaluateInterpreted();
             QelSRand(5);
-            const double fFlat = cFlat.Evaluate();
+            const double fFlat = cFlat.EvaluateInterpreted();
             if (std::isnan(fTree))
                 EXPECT_TRUE(std::isnan(fFlat)) << pText;
             else
                 EXPECT_EQ(fTree, fFlat) << pText << " a=" << v[0];
         }
     }
+}
+
+namespace
+{
+// Random expressions over every operator and function, for comparing the native code with the
+// interpreter.
+std::string RandomExpression(std::mt19937& g, int nDepth)
+{
+    static const char* const leaves[] = {"a", "b", "c", "[a]", "0", "1", "2", "0.5", "3.25", "1e300", "pi", "-0"};
+    static const char* const ops[] = {"+", "-", "*", "/", "^", "%", ">", "<", ">=", "<=", "!=", "==", "&", "|"};
+    static const struct
+    {
+        const char* pName;
+        int nArgs;
+    } functions[] = {{"sin", 1}, {"asin", 1}, {"sinh", 1}, {"cos", 1}, {"acos", 1}, {"cosh", 1}, {"tan", 1},
+                     {"tanh", 1}, {"atan", 1}, {"sqrt", 1}, {"abs", 1}, {"ln", 1}, {"log", 1}, {"exp", 1},
+                     {"sigmoid", 1}, {"ceil", 1}, {"floor", 1}, {"fact", 1}, {"radtodeg", 1}, {"degtorad", 1},
+                     {"rand", 0}, {"rand", 2}, {"min", 2}, {"max", 2}, {"min", 3}, {"max", 4}, {"norm", 3},
+                     {"norm_clamp", 3}, {"clamp", 3}, {"interp", 3}, {"if_else", 3}, {"avg", 3}, {"sum", 4}};
+    const unsigned int nPick = g() % 10;
+    if (nDepth == 0 || nPick < 2)
+        return leaves[g() % (sizeof leaves / sizeof *leaves)];
+    if (nPick < 6)
+        return "(" + RandomExpression(g, nDepth - 1) + ops[g() % (sizeof ops / sizeof *ops)] +
+               RandomExpression(g, nDepth - 1) + ")";
+    if (nPick == 6)
+        return (g() % 2 ? "-" : "!") + RandomExpression(g, nDepth - 1);
+    const auto& f = functions[g() % (sizeof functions / sizeof *functions)];
+    std::string strText = std::string(f.pName) + "(";
+    for (int i = 0; i < f.nArgs; ++i)
+        strText += (i ? ", " : "") + RandomExpression(g, nDepth - 1);
+    return strText + ")";
+}
+
+bool SameValue(double x, double y)
+{
+    return (std::isnan(x) && std::isnan(y)) || std::memcmp(&x, &y, sizeof x) == 0;
+}
+} // namespace
+
+TEST(MTParserCompiler, NativeCodeComputesWhatTheInterpreterComputes)
+{
+    if (!QelNativeCodeSupported())
+        GTEST_SKIP() << "no native code on this platform";
+    MTParser::MemVariableFactory f;
+    MTParserCompiler c(MTParserRegistrar::GetDefault(), &f);
+    std::vector<std::string> vecTexts;
+    std::mt19937 g(20261121);
+    for (int i = 0; i < 3000; ++i)
+        vecTexts.push_back(RandomExpression(g, 1 + i % 7));
+    // More live values than registers, with and without calls in between; and a program too long to translate.
+    std::string strWide = "a", strCalls = "b", strLong = "a";
+    for (int i = 0; i < 40; ++i)
+    {
+        strWide = "a*" + std::to_string(i + 2) + " - (b + (" + strWide + "))";
+        strCalls = "exp(a/" + std::to_string(i + 2) + ") + (c * (" + strCalls + "))";
+    }
+    for (int i = 0; i < 1200; ++i)
+        strLong += "+a*b";
+    vecTexts.insert(vecTexts.end(), {strWide, strCalls, strLong});
+
+    const double values[] = {1.5, -2.25, 0.0, -0.0, 3.0, 0.5, 1e308, -INFINITY, NAN, 170.5};
+    std::vector<std::unique_ptr<MTParserProgram>> vecPrograms; // all alive at once: code in several chunks
+    size_t nNative = 0;
+    for (const std::string& strText : vecTexts)
+    {
+        vecPrograms.emplace_back(new MTParserProgram);
+        MTParserProgram& p = *vecPrograms.back();
+        ASSERT_EQ(c.Compile(strText, p), "") << strText;
+        if (p.GetNbInstructions() == 0) // a constant or a lone variable: nothing to run
+            continue;
+        EXPECT_EQ(p.HasNativeCode(), &strText != &vecTexts.back()) << strText;
+        nNative += p.HasNativeCode();
+        for (int k = 0; k < 6; ++k)
+        {
+            f.Get("a")->SetValue(values[(k * 3 + strText.size()) % 10]);
+            f.Get("b")->SetValue(values[(k * 7 + 1) % 10]);
+            f.Get("c")->SetValue(values[(k + strText.size() / 3) % 10]);
+            QelSRand(9);
+            const double fNative = p.Evaluate();
+            QelSRand(9);
+            const double fInterpreted = p.EvaluateInterpreted();
+            ASSERT_TRUE(SameValue(fNative, fInterpreted)) << strText << " = " << fNative << " vs " << fInterpreted;
+        }
+    }
+    EXPECT_GT(nNative, 1500u);
+    // Code blocks go back to the pool and are handed out again.
+    vecPrograms.clear();
+    MTParserProgram p;
+    ASSERT_EQ(c.Compile("a * b + c", p), "");
+    f.Get("a")->SetValue(2);
+    f.Get("b")->SetValue(3);
+    f.Get("c")->SetValue(4);
+    EXPECT_TRUE(p.HasNativeCode());
+    EXPECT_EQ(p.Evaluate(), 10.0);
+    p.Clear();
+    EXPECT_FALSE(p.HasNativeCode());
+    EXPECT_EQ(p.Evaluate(), 0.0);
 }

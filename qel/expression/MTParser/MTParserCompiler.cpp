@@ -605,6 +605,7 @@ std::string MTParserCompiler::Compile(const std::string& strText, MTParserProgra
         else
             cProgram.m_pResult = cResult.pData;
         cProgram.BuildTree();
+        cProgram.BuildNative();
         cProgram.m_bCompiled = true;
         return std::string();
     }

@@ -1,8 +1,10 @@
 #include "qel/expression/MTParser/MTParserProgram.h"
 
 #include "qel/expression/MTParser/MTParserExecute.h"
+#include "qel/expression/MTParser/MTParserNative.h"
 #include "qel/platform/QelRandom.h"
 
+#include <cstring>
 #include <limits>
 #include <unordered_map>
 #include <unordered_set>
@@ -93,11 +95,42 @@ int Arity(unsigned int nCode)
 
 MTParserProgram::MTParserProgram() : m_pResult(&m_fZero) {}
 
+MTParserProgram::~MTParserProgram()
+{
+    QelFreeCode(m_cNative);
+}
+
 double MTParserProgram::Evaluate()
+{
+    if (m_pfnNative)
+        return m_pfnNative(nullptr);
+    return EvaluateInterpreted();
+}
+
+double MTParserProgram::EvaluateInterpreted()
 {
     if (m_pRoot)
         return m_pRoot->pfnEval(m_pRoot);
     return MTParserDetail::RunProgram(m_vecCode.data(), m_vecCode.data() + m_vecCode.size(), m_pResult);
+}
+
+bool MTParserProgram::GetDirectEvaluation(MTNodeFn& pfnEval, const MTNode*& pArg) const
+{
+    pfnEval = m_pfnNative ? m_pfnNative : m_pRoot ? m_pRoot->pfnEval : nullptr;
+    pArg = m_pfnNative ? nullptr : m_pRoot;
+    return pfnEval != nullptr;
+}
+
+void MTParserProgram::BuildNative()
+{
+    QelFreeCode(m_cNative);
+    m_pfnNative = nullptr;
+    m_cNative = MTParserDetail::TranslateToNative(m_vecCode, m_deqConstants, m_pResult);
+    if (m_cNative.pRun)
+    {
+        static_assert(sizeof m_pfnNative == sizeof m_cNative.pRun, "code and data pointers differ in size");
+        std::memcpy(&m_pfnNative, &m_cNative.pRun, sizeof m_pfnNative);
+    }
 }
 
 void MTParserProgram::Execute(const MTInstruction& cInstr)
@@ -114,6 +147,9 @@ void MTParserProgram::Clear()
     m_vecVariables.clear();
     m_vecNodes.clear();
     m_pRoot = nullptr;
+    QelFreeCode(m_cNative);
+    m_cNative = QelCodeBlock();
+    m_pfnNative = nullptr;
     m_pResult = &m_fZero;
     m_bCompiled = false;
     m_bResultIsConstant = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qel/platform/QelExecutableMemory.h"
 #include "qel/platform/QelExport.h"
 
 #include <cstddef>
@@ -69,19 +70,28 @@ struct MTNode
     MTNodeOperand cArg[3];
 };
 
-/// A compiled expression: a flat list of instructions over a fixed set of temporaries and, when the
+/// A compiled expression: a flat list of instructions over a fixed set of temporaries; when the
 /// expression is shallow and uses built-in operations only, the same as a tree of specialised nodes
-/// whose values pass in registers; the tree is what runs then. Evaluating allocates nothing and
-/// never recurses deeper than a fixed limit; the program reads its variables through pointers.
+/// whose values pass in registers; and, for built-in operations where the platform allows, the same
+/// as native code. The fastest form present is what runs. Evaluating allocates nothing and never
+/// recurses deeper than a fixed limit; the program reads its variables through pointers.
 class QEL_EXPORT MTParserProgram
 {
 public:
     MTParserProgram();
     MTParserProgram(const MTParserProgram&) = delete;
     MTParserProgram& operator=(const MTParserProgram&) = delete;
+    ~MTParserProgram();
 
     /// The expression's value; 0.0 for a program that was never compiled.
     double Evaluate();
+    /// The value as the tree or the flat list computes it, never the native code.
+    double EvaluateInterpreted();
+    /// The function and argument that compute the value in one call (native code or the tree's
+    /// root); false when only the flat list can.
+    bool GetDirectEvaluation(MTNodeFn& pfnEval, const MTNode*& pArg) const;
+    /// True when the program runs as native code.
+    bool HasNativeCode() const { return m_pfnNative != nullptr; }
 
     /// True once a compilation succeeded.
     bool IsCompiled() const { return m_bCompiled; }
@@ -110,6 +120,8 @@ private:
 
     /// Makes the tree form from the finished instruction list, when it qualifies.
     void BuildTree();
+    /// Translates the finished instruction list into native code, when it qualifies.
+    void BuildNative();
     void FuseProduct(MTNode& cNode, unsigned int& nOp, unsigned int& nMask, const size_t* pChild,
                      const std::vector<unsigned int>& vecOp, const std::vector<unsigned int>& vecMask,
                      const std::vector<bool>& vecPure);
@@ -126,6 +138,8 @@ private:
     std::vector<MTVariableI*> m_vecVariables;
     std::vector<MTNode> m_vecNodes;
     const MTNode* m_pRoot = nullptr;
+    QelCodeBlock m_cNative;
+    MTNodeFn m_pfnNative = nullptr;
     double m_fZero = 0.0;
     const double* m_pResult;
     bool m_bCompiled = false;
