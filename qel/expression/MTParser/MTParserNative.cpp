@@ -99,6 +99,7 @@ struct Source
 };
 
 const int kFree = -1, kScratch = -2;
+const std::uint32_t kMaxFrame = 2048;
 
 class Emitter
 {
@@ -466,6 +467,8 @@ std::vector<std::uint8_t> Emitter::Finish(int nValue)
     if (m_bCalls && nFrame % 16 == 0)
         nFrame += 8;
     std::vector<std::uint8_t> vecOut;
+    if (nFrame > kMaxFrame)
+        return vecOut; // the code does not probe the stack, so it never moves it past a guard page
     const std::uint8_t kSubRsp[3] = {0x48, 0x81, 0xEC}, kAddRsp[3] = {0x48, 0x81, 0xC4};
     auto Frame = [&](const std::uint8_t* pOp) {
         vecOut.insert(vecOut.end(), pOp, pOp + 3);
@@ -542,6 +545,8 @@ QelCodeBlock TranslateToNative(const std::vector<MTInstruction>& vecCode, const 
     if (it == mapWriter.end() || it->second + 1 != static_cast<int>(vecCode.size()))
         return QelCodeBlock();
     const std::vector<std::uint8_t> vecBytes = cEmitter.Finish(it->second);
+    if (vecBytes.empty())
+        return QelCodeBlock();
     QelCodeBlock cBlock = QelAllocateCode(vecBytes.size());
     if (cBlock.pWrite)
         std::memcpy(cBlock.pWrite, vecBytes.data(), vecBytes.size());
