@@ -169,32 +169,89 @@ inline bool IntWord(const char* pWord, int nLength)
     return true;
 }
 
+/// Tables of the word classification: a word's type follows from the class of its first
+/// character, its length and whether the rest is all decimal or all hexadecimal digits.
+struct TypeTables
+{
+    enum
+    {
+        eFirstOther = 0,
+        eFirstDigit = 1,
+        eFirstMinus = 2,
+        eFirstHash = 3,
+        eFirstLetter = 4,
+        eLengthEmpty = 0 << 3,
+        eLengthOne = 1 << 3,
+        eLengthColor = 2 << 3, // 7 or 9
+        eLengthOther = 3 << 3,
+        eRestDigits = 1 << 5,
+        eRestHex = 1 << 6,
+        eIntsAsFloats = 1 << 7,
+    };
+    unsigned char aFirst[256];
+    unsigned char aLength[17];
+    unsigned char aType[256];
+
+    constexpr TypeTables() : aFirst{}, aLength{}, aType{}
+    {
+        for (int c = 0; c < 256; ++c)
+        {
+            unsigned char n = eFirstOther;
+            if (c >= '0' && c <= '9')
+                n = eFirstDigit;
+            else if (c == '-')
+                n = eFirstMinus;
+            else if (c == '#')
+                n = eFirstHash;
+            else if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'))
+                n = eFirstLetter;
+            aFirst[c] = n;
+        }
+        for (int n = 0; n <= 16; ++n)
+            aLength[n] = n == 0 ? eLengthEmpty : n == 1 ? eLengthOne : (n == 7 || n == 9) ? eLengthColor : eLengthOther;
+        for (int i = 0; i < 256; ++i)
+        {
+            const int nFirst = i & 7, nLength = i & (3 << 3);
+            unsigned char eType = eDataReal;
+            if (nFirst == eFirstHash && nLength == eLengthColor && (i & eRestHex))
+                eType = eDataColor;
+            else if (nLength == eLengthEmpty || nFirst == eFirstLetter)
+                eType = eDataString;
+            else if (i & eIntsAsFloats)
+                eType = eDataReal;
+            else if ((i & eRestDigits) && (nFirst == eFirstDigit || (nFirst == eFirstMinus && nLength != eLengthOne)))
+                eType = eDataInteger;
+            aType[i] = eType;
+        }
+    }
+};
+constexpr TypeTables s_typeTables;
+
 /// The type of the nLength characters at pWord, with at least 16 bytes readable there.
 inline QelDataType Classify(const char* pWord, int nLength, bool bIntsAsFloats)
 {
-    char c = pWord[0];
+    const char c = pWord[0];
 #if defined(__SSE2__)
     if (nLength <= 16)
     {
         // One mask per character class over the whole word instead of a loop per character, and
-        // the type picked without branches: word types come in no order a predictor could learn.
-        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pWord));
-        __m128i vDigit = _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8('0' - 1)), _mm_cmplt_epi8(v, _mm_set1_epi8('9' + 1)));
-        __m128i vLower = _mm_or_si128(v, _mm_set1_epi8(0x20));
-        __m128i vHexLetter = _mm_and_si128(_mm_cmpgt_epi8(vLower, _mm_set1_epi8('a' - 1)),
-                                           _mm_cmplt_epi8(vLower, _mm_set1_epi8('f' + 1)));
-        unsigned nWordMask = (1u << nLength) - 1u;
-        unsigned nDigits = unsigned(_mm_movemask_epi8(vDigit)) & nWordMask;
-        unsigned nHex = (nDigits | unsigned(_mm_movemask_epi8(vHexLetter)) | 1u) & nWordMask;
-        unsigned nInt = nDigits | unsigned(c == '-');
-        char cUpper = char(c & ~0x20);
-        bool bColor = (c == '#') & ((nLength == 7) | (nLength == 9)) & (nHex == nWordMask);
-        bool bString = (nLength == 0) | ((cUpper >= 'A') & (cUpper <= 'Z'));
-        bool bInt = !bIntsAsFloats & (nInt == nWordMask) & (nDigits != 0);
-        int nType = bInt ? eDataInteger : eDataReal;
-        nType = bString ? eDataString : nType;
-        nType = bColor ? eDataColor : nType;
-        return QelDataType(nType);
+        // the type looked up instead of picked by branches: word types come in no order a
+        // predictor could learn. A byte is in a range when its distance from the range's start,
+        // taken unsigned, is no larger than the range.
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pWord));
+        const __m128i vDigit = _mm_sub_epi8(v, _mm_set1_epi8('0'));
+        const __m128i vHexLetter = _mm_sub_epi8(_mm_or_si128(v, _mm_set1_epi8(0x20)), _mm_set1_epi8('a'));
+        const unsigned nDigits =
+            unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_min_epu8(vDigit, _mm_set1_epi8(9)), vDigit)));
+        const unsigned nHex = nDigits | unsigned(_mm_movemask_epi8(
+                                            _mm_cmpeq_epi8(_mm_min_epu8(vHexLetter, _mm_set1_epi8(5)), vHexLetter)));
+        // The first position after the first character that is no digit, 16 at most.
+        const unsigned nFirstNonDigit = CountTrailingZeros(~nDigits & ~1u);
+        const unsigned nFirstNonHex = CountTrailingZeros(~nHex & ~1u);
+        const unsigned nIndex = s_typeTables.aFirst[UC(c)] | s_typeTables.aLength[nLength] |
+                                unsigned(nFirstNonDigit >= unsigned(nLength)) << 5 |
+                                unsigned(nFirstNonHex >= unsigned(nLength)) << 6 | unsigned(bIntsAsFloats) << 7;
+        return QelDataType(s_typeTables.aType[nIndex]);
     }
 #endif
     if (c == '#')
@@ -205,6 +262,40 @@ inline QelDataType Classify(const char* pWord, int nLength, bool bIntsAsFloats)
         return eDataReal;
     return IntWord(pWord, nLength) ? eDataInteger : eDataReal;
 }
+
+#if defined(__SSE2__)
+/// The byte patterns the word search compares with, laid out for aligned loads: with a switch
+/// off, its pattern repeats the tab so that it matches nothing new.
+struct alignas(16) WordStops
+{
+    char aTabs[16], aZeros[16], aSpaces[2][16], aCommas[2][16];
+    constexpr WordStops() : aTabs{}, aZeros{}, aSpaces{}, aCommas{}
+    {
+        for (int i = 0; i < 16; ++i)
+        {
+            aTabs[i] = aSpaces[0][i] = aCommas[0][i] = '\t';
+            aSpaces[1][i] = ' ';
+            aCommas[1][i] = ',';
+        }
+    }
+};
+constexpr WordStops s_wordStops;
+
+inline __m128i Pattern(const char* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
+
+/// Bit masks of the 16 bytes at p within a line: delimiters (tab, and the blank when it
+/// delimits; a line holds no line feed or carriage return), commas (when they delimit) and NULs.
+inline void WindowMasks(const char* p, bool bSpace, bool bComma, unsigned& nDelimiters, unsigned& nCommas,
+                        unsigned& nEnds)
+{
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    nDelimiters = unsigned(_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, Pattern(s_wordStops.aTabs)),
+                                                          _mm_cmpeq_epi8(v, Pattern(s_wordStops.aSpaces[bSpace])))));
+    nCommas = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, Pattern(s_wordStops.aCommas[bComma]))));
+    nCommas &= 0u - unsigned(bComma);
+    nEnds = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, Pattern(s_wordStops.aZeros))));
+}
+#endif
 } // namespace
 
 QelTextScanner::QelTextScanner()
@@ -719,6 +810,14 @@ void QelTextScanner::ReadQuoteDelimitedString()
     m_pLinePos = const_cast<char*>(p);
 }
 
+inline const char* QelTextScanner::EmptyWord(QelDataType& eType)
+{
+    m_szWord[0] = '\0';
+    m_nWordLength = 0;
+    eType = eDataString;
+    return m_szWord;
+}
+
 const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool bClassify)
 {
     if (!m_pLinePos || !*m_pLinePos)
@@ -729,6 +828,49 @@ const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool
         // so that null means the end of the file.
         bClassify = true;
     }
+#if defined(__SSE2__)
+    if (m_nUseTable == 1 && !m_bQuotesDelimitStrings)
+    {
+        // The default delimiters and no quoted strings: the common case, kept short and without
+        // branches on the text, whose outcome no predictor could learn: one look at the next 16
+        // bytes finds the word, a comma before it and the delimiters after it. Anything unusual
+        // is left to the general reader, which starts again from the same position.
+        const char* pStart = m_pLinePos;
+        unsigned nDelimiters, nCommas, nEnds;
+        WindowMasks(pStart, m_bSpaceDelimiter, m_bCommaDelimiter, nDelimiters, nCommas, nEnds);
+        const unsigned nComma = nCommas & 1u;
+        // A delimiter or the end at the start or after the comma, or a leading comma of the line.
+        const unsigned nUnusual =
+            ((nDelimiters | nEnds) & (1u | nComma << 1)) | (nComma & unsigned(pStart == m_pLineBuffer));
+        const unsigned nStops = nDelimiters | nCommas | nEnds | 0x10000u;
+        const unsigned nEnd = nComma + CountTrailingZeros(nStops >> nComma);
+        if (!nUnusual && nEnd < 16)
+        {
+            const char* pWord = pStart + nComma;
+            const int n = int(nEnd - nComma);
+            if (bClassify)
+                eType = Classify(pWord, n, m_bReadIntsAsFloats);
+            std::memcpy(m_szWord, pWord, 32); // one fixed-size move; the slack keeps it inside the line
+            m_szWord[n] = '\0';
+            m_nWordLength = n;
+            const unsigned nNext = nEnd + CountTrailingZeros(~(nDelimiters >> nEnd)); // 16 at most
+            const char* p = pStart + nNext;
+            if (nNext == 16)
+            {
+                while (m_aStop[UC(*p)] == eStopDelimiter)
+                    ++p;
+            }
+            m_pLinePos = const_cast<char*>(p);
+            m_nCharsProcessed += p - pStart;
+            return m_szWord;
+        }
+    }
+#endif
+    return ReadWord(eType, bClassify);
+}
+
+const char* QelTextScanner::ReadWord(QelDataType& eType, bool bClassify)
+{
     const char* pStart = m_pLinePos;
     if (m_bCommaDelimiter && pStart == m_pLineBuffer && *pStart == ',')
     {
