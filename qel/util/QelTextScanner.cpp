@@ -169,6 +169,7 @@ inline bool IntWord(const char* pWord, int nLength)
     return true;
 }
 
+#if defined(__SSE2__)
 /// Tables of the word classification: a word's type follows from the class of its first
 /// character, its length and whether the rest is all decimal or all hexadecimal digits.
 struct TypeTables
@@ -226,6 +227,7 @@ struct TypeTables
     }
 };
 constexpr TypeTables s_typeTables;
+#endif
 
 /// The type of the nLength characters at pWord, with at least 16 bytes readable there.
 inline QelDataType Classify(const char* pWord, int nLength, bool bIntsAsFloats)
@@ -264,18 +266,18 @@ inline QelDataType Classify(const char* pWord, int nLength, bool bIntsAsFloats)
 }
 
 #if defined(__SSE2__)
-/// The byte patterns the word search compares with, laid out for aligned loads: with a switch
-/// off, its pattern repeats the tab so that it matches nothing new.
+/// The byte patterns the word search compares with, laid out for aligned loads. With the blank
+/// no delimiter, its pattern repeats the tab so that it matches nothing new.
 struct alignas(16) WordStops
 {
-    char aTabs[16], aZeros[16], aSpaces[2][16], aCommas[2][16];
-    constexpr WordStops() : aTabs{}, aZeros{}, aSpaces{}, aCommas{}
+    char aTabs[16], aCommas[16], aSpaces[2][16];
+    constexpr WordStops() : aTabs{}, aCommas{}, aSpaces{}
     {
         for (int i = 0; i < 16; ++i)
         {
-            aTabs[i] = aSpaces[0][i] = aCommas[0][i] = '\t';
+            aTabs[i] = aSpaces[0][i] = '\t';
+            aCommas[i] = ',';
             aSpaces[1][i] = ' ';
-            aCommas[1][i] = ',';
         }
     }
 };
@@ -291,9 +293,8 @@ inline void WindowMasks(const char* p, bool bSpace, bool bComma, unsigned& nDeli
     const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
     nDelimiters = unsigned(_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, Pattern(s_wordStops.aTabs)),
                                                           _mm_cmpeq_epi8(v, Pattern(s_wordStops.aSpaces[bSpace])))));
-    nCommas = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, Pattern(s_wordStops.aCommas[bComma]))));
-    nCommas &= 0u - unsigned(bComma);
-    nEnds = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, Pattern(s_wordStops.aZeros))));
+    nCommas = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, Pattern(s_wordStops.aCommas)))) & (0u - unsigned(bComma));
+    nEnds = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())));
 }
 #endif
 } // namespace
@@ -810,14 +811,6 @@ void QelTextScanner::ReadQuoteDelimitedString()
     m_pLinePos = const_cast<char*>(p);
 }
 
-inline const char* QelTextScanner::EmptyWord(QelDataType& eType)
-{
-    m_szWord[0] = '\0';
-    m_nWordLength = 0;
-    eType = eDataString;
-    return m_szWord;
-}
-
 const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool bClassify)
 {
     if (!m_pLinePos || !*m_pLinePos)
@@ -842,8 +835,8 @@ const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool
         // A delimiter or the end at the start or after the comma, or a leading comma of the line.
         const unsigned nUnusual =
             ((nDelimiters | nEnds) & (1u | nComma << 1)) | (nComma & unsigned(pStart == m_pLineBuffer));
-        const unsigned nStops = nDelimiters | nCommas | nEnds | 0x10000u;
-        const unsigned nEnd = nComma + CountTrailingZeros(nStops >> nComma);
+        // The word ends at the first stop after its first byte, or after the comma.
+        const unsigned nEnd = CountTrailingZeros((nDelimiters | nCommas | nEnds | 0x10000u) & ~1u);
         if (!nUnusual && nEnd < 16)
         {
             const char* pWord = pStart + nComma;

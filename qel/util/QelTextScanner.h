@@ -93,7 +93,6 @@ private:
 
     bool UseTable();
     const char* ReadWord(QelDataType& eType, bool bClassify);
-    const char* EmptyWord(QelDataType& eType);
     const char* SkipDelimiters(const char* p, bool bSkipComma);
     void BuildStopTable();
     bool GrowLine(size_t nNeeded);
