@@ -2,6 +2,7 @@
 
 // Internal to the library: the matrix inversion shared by QelMatrix3 and QelMatrix4.
 
+#include <cfloat>
 #include <cmath>
 
 /// Inverts the column-major N x N matrix pfM in place by LU decomposition with partial pivoting and
@@ -122,191 +123,198 @@ bool QelLUInvert(float* pfM)
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#include <stdint.h>
 
 namespace QelLUDetail
 {
 typedef __m128 V;
+typedef __m128i I;
 
-template <int L>
-inline V Bc(V v)
+/// Lanes of v rearranged. The integer shuffle leaves its source intact, so no register copy goes
+/// with it.
+template <int A, int B, int C, int D>
+inline V Shuf(V v)
 {
-    // The integer shuffle leaves its source intact, so no register copy goes with it.
-    return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(v), _MM_SHUFFLE(L, L, L, L)));
+    return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(v), _MM_SHUFFLE(D, C, B, A)));
 }
-/// m ? b : a, lane by lane (m all ones or all zeros per lane).
-inline V Pick(V a, V b, V m)
+/// The one lane of v that the one-hot mask m keeps, in all four lanes.
+inline V Select(V m, V v)
 {
-    return _mm_xor_ps(a, _mm_and_ps(_mm_xor_ps(a, b), m));
-}
-/// Lanes where a > b, for non-negative floats compared through their bit patterns: a single-cycle
-/// integer compare, and a total order, so exactly one candidate wins each pivot search.
-inline V Greater(V a, V b)
-{
-    return _mm_castsi128_ps(_mm_cmpgt_epi32(_mm_castps_si128(a), _mm_castps_si128(b)));
+    const V t = _mm_and_ps(m, v);
+    const V u = _mm_or_ps(t, Shuf<2, 3, 0, 1>(t));
+    return _mm_or_ps(u, Shuf<1, 0, 3, 2>(u));
 }
 
-/// The 4 x 4 rows in registers: r the rows of A still being reduced, q the matching rows of the
-/// right-hand side (the permuted identity, forward-substituted as the elimination goes), vv the
-/// row scales, row i in lane i; u and b keep each step's pivot row and right-hand side, both
-/// already multiplied by the pivot's reciprocal for the back substitution.
-struct Rows
+/// Tie-breaks of the pivot searches. Rows never move here; the row-swapping routine would have
+/// moved them, and among equal scaled values its ">=" search takes the row at the later place.
+/// For each set of rows already used, ties[k] has lane i all ones when row i sits at a later
+/// place than row i + k (cyclically), or when row i + k is used up.
+struct Ties
 {
-    V r[4], q[4], vv;
-    V u[4], b[4];
+    alignas(16) int32_t first[3][4];          // before any swap
+    alignas(16) int32_t second[4][3][4];      // after step 0, by its pivot row
+    alignas(16) int32_t third[4][4][3][4];    // after steps 0 and 1, by their pivot rows
 };
 
-/// 1 / v, where an exact zero (of either sign) counts as 1e-20. The division does not wait for the
-/// test: a zero's infinite quotient is replaced afterwards by 1 / 1e-20, rounded as at run time.
-inline V Reciprocal(V v)
+/// Places after the swaps of the given pivots (-1: used up), as the row-swapping routine leaves them.
+struct Places
 {
-    const float kHuge = 1.0f / 1e-20f;
-    const V z = _mm_cmpeq_ps(v, _mm_setzero_ps());
-    return _mm_or_ps(_mm_andnot_ps(z, _mm_div_ps(_mm_set1_ps(1.0f), v)), _mm_and_ps(z, _mm_set1_ps(kHuge)));
+    int n[4];
+};
+constexpr Places Swap(Places p, int nStep, int nPivot)
+{
+    int nAt = 0; // the row at place nStep
+    for (int i = 0; i < 4; ++i)
+        if (p.n[i] == nStep)
+            nAt = i;
+    p.n[nAt] = p.n[nPivot];
+    p.n[nPivot] = -1;
+    return p;
 }
-
-/// Lane i of v in all four lanes; i is a constant once the steps are unrolled.
-inline V Lane(V v, int i)
+constexpr void Fill(int32_t (&t)[3][4], const Places& p)
 {
-    switch (i)
+    for (int k = 1; k < 4; ++k)
+        for (int i = 0; i < 4; ++i)
+            t[k - 1][i] = p.n[i] > p.n[(i + k) & 3] ? -1 : 0;
+}
+constexpr Ties MakeTies()
+{
+    Ties t{};
+    const Places start{{0, 1, 2, 3}};
+    Fill(t.first, start);
+    for (int a = 0; a < 4; ++a)
     {
-    case 0:
-        return Bc<0>(v);
-    case 1:
-        return Bc<1>(v);
-    case 2:
-        return Bc<2>(v);
-    default:
-        return Bc<3>(v);
+        const Places p = Swap(start, 0, a);
+        Fill(t.second[a], p);
+        for (int b = 0; b < 4; ++b)
+            if (b != a)
+                Fill(t.third[a][b], Swap(p, 1, b));
     }
+    return t;
+}
+inline constexpr Ties kTies = MakeTies();
+
+/// The elimination on the columns of A (lanes are rows).
+struct Lu
+{
+    V c[4];    // the columns, reduced in place
+    V abs;     // the absolute-value mask, cleared in the lanes of rows already used as pivots
+    V vv;      // the row scales
+    V rmax;    // largest |1 / pivot| so far: infinite when a pivot was zero
+    V e[3];    // step J's pivot row as a one-hot lane mask
+    V rcp[3];  // broadcast: 1 / pivot of step J
+    V u[3][4]; // broadcast: element k of step J's pivot row, k > J
+    alignas(16) float l[3][4]; // step J's multipliers, by row
+};
+
+/// Lanes where row i beats row i + K: a larger scaled value, or an equal one where ties says so.
+/// The scaled values are compared as integers, which orders non-negative floats as the floats do
+/// (a NaN above everything, so that it surfaces in the result); one less on the other side turns
+/// ">" into ">=".
+template <int K>
+inline V Beats(V sc, const int32_t (&ties)[3][4])
+{
+    const I o = _mm_shuffle_epi32(_mm_castps_si128(sc), _MM_SHUFFLE((K + 3) & 3, (K + 2) & 3, (K + 1) & 3, K));
+    const I t = _mm_load_si128(reinterpret_cast<const I*>(ties[K - 1]));
+    return _mm_castsi128_ps(_mm_cmpgt_epi32(_mm_castps_si128(sc), _mm_add_epi32(o, t)));
 }
 
-/// Elimination step J. col holds the candidates' column-J values, row i in lane i (other lanes
-/// are ignored). Every candidate is handled by masks: the pivot row is selected and swapped into
-/// place without branches, because real pivots are unpredictable.
+/// Elimination step J: exactly one row beats all others.
 template <int J>
-inline void Step(Rows& s, V col)
+inline void Step(Lu& s, const int32_t (&ties)[3][4])
 {
-    const V kAbs = _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff));
-    // All candidates' reciprocals at once, so that the division overlaps the search.
-    const V rcol = Reciprocal(col);
-    const V scol = _mm_mul_ps(_mm_and_ps(col, kAbs), s.vv);
-    V sc[4], rc[4], w[4];
-    for (int i = J; i < 4; ++i)
+    const V col = s.c[J];
+    const V rcol = _mm_div_ps(_mm_set1_ps(1.0f), col);
+    // Used rows scale to +0 and lose every tie.
+    const V sc = _mm_mul_ps(_mm_and_ps(col, s.abs), s.vv);
+    const V e = _mm_and_ps(_mm_and_ps(Beats<1>(sc, ties), Beats<2>(sc, ties)), Beats<3>(sc, ties));
+    const V r = Select(e, rcol);
+    const V l = _mm_mul_ps(col, r);
+    for (int k = J + 1; k < 4; ++k)
     {
-        sc[i] = Lane(scol, i);
-        rc[i] = Lane(rcol, i);
+        const V u = Select(e, s.c[k]);
+        s.u[J][k] = u;
+        s.c[k] = _mm_sub_ps(s.c[k], _mm_mul_ps(l, u));
     }
-    // Row i wins when its scaled value beats every later row strictly and no earlier row beats it:
-    // the last of equal candidates is taken, as the sequential ">=" search takes it. Each mask is
-    // an AND of at most three pairwise tests, combined as a tree.
-    V g[4][4]; // g[i][k], i < k: row i beats row k
-    for (int i = J; i < 4; ++i)
-        for (int k = i + 1; k < 4; ++k)
-            g[i][k] = Greater(sc[i], sc[k]);
-    if constexpr (J == 0)
-    {
-        w[0] = _mm_and_ps(_mm_and_ps(g[0][1], g[0][2]), g[0][3]);
-        w[1] = _mm_andnot_ps(g[0][1], _mm_and_ps(g[1][2], g[1][3]));
-        w[2] = _mm_andnot_ps(_mm_or_ps(g[0][2], g[1][2]), g[2][3]);
-        w[3] = _mm_andnot_ps(_mm_or_ps(_mm_or_ps(g[0][3], g[1][3]), g[2][3]), _mm_castsi128_ps(_mm_set1_epi32(-1)));
-    }
-    else if constexpr (J == 1)
-    {
-        w[1] = _mm_and_ps(g[1][2], g[1][3]);
-        w[2] = _mm_andnot_ps(g[1][2], g[2][3]);
-        w[3] = _mm_andnot_ps(_mm_or_ps(g[1][3], g[2][3]), _mm_castsi128_ps(_mm_set1_epi32(-1)));
-    }
-    else
-    {
-        w[2] = g[2][3];
-        w[3] = _mm_andnot_ps(g[2][3], _mm_castsi128_ps(_mm_set1_epi32(-1)));
-    }
-    // The winner as a lane mask (lanes below J are don't-care): the displaced row's scale moves
-    // to the winner's lane.
-    V m;
-    if constexpr (J == 0)
-        m = _mm_movelh_ps(_mm_unpacklo_ps(w[0], w[1]), _mm_unpacklo_ps(w[2], w[3]));
-    else if constexpr (J == 1)
-        m = _mm_shuffle_ps(w[1], _mm_unpacklo_ps(w[2], w[3]), _MM_SHUFFLE(3, 2, 1, 0));
-    else
-        m = _mm_unpacklo_ps(w[2], w[3]);
-    V u = _mm_and_ps(w[J], s.r[J]), r = _mm_and_ps(w[J], rc[J]);
-    // Before the first step the right-hand sides are the unit rows: the winner's is its lane mask.
-    V b = J == 0 ? _mm_and_ps(m, _mm_set1_ps(1.0f)) : _mm_and_ps(w[J], s.q[J]);
-    for (int i = J + 1; i < 4; ++i)
-    {
-        u = _mm_or_ps(u, _mm_and_ps(w[i], s.r[i]));
-        if (J != 0)
-            b = _mm_or_ps(b, _mm_and_ps(w[i], s.q[i]));
-        r = _mm_or_ps(r, _mm_and_ps(w[i], rc[i]));
-    }
-    s.vv = Pick(s.vv, Bc<J>(s.vv), m);
-    // The row displaced by the pivot takes the pivot's old place. Its multiplier and its swapped
-    // form come from differences taken before the search ends, so neither waits for the pivot row.
-    const V cJ = Bc<J>(s.r[J]);
-    for (int i = J + 1; i < 4; ++i)
-    {
-        const V ci = Bc<J>(s.r[i]);
-        const V f = _mm_mul_ps(Pick(ci, cJ, w[i]), r);
-        const V ri = Pick(s.r[i], s.r[J], w[i]);
-        s.r[i] = _mm_sub_ps(ri, _mm_mul_ps(u, f));
-        s.q[i] = _mm_sub_ps(Pick(s.q[i], s.q[J], w[i]), _mm_mul_ps(b, f));
-    }
-    s.u[J] = _mm_mul_ps(u, r);
-    s.b[J] = _mm_mul_ps(b, r);
+    s.e[J] = e;
+    s.abs = _mm_andnot_ps(e, s.abs);
+    s.rcp[J] = r;
+    s.rmax = _mm_max_ps(s.rmax, _mm_and_ps(r, _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff))));
+    _mm_store_ps(s.l[J], l);
+}
+
+inline int Index(int nMask)
+{
+    return __builtin_ctz(unsigned(nMask) | 8u);
 }
 } // namespace QelLUDetail
 
-/// QelLUInvert<4> written as packed row operations; same pivots, refusal, 1e-20 replacement and
-/// rounding as the generic routine, but with no branch on the data apart from the refusal. A NaN
-/// among the scaled candidates is ranked by its bits where the generic search skips it, so the
-/// two can differ only for NaN input or a row whose scale overflows to infinity.
+/// QelLUInvert<4> written as packed column operations with the same pivots, refusals and rounding.
+/// The rare cases it does not carry through (NaN or infinite input, a row scale out of range, a
+/// zero or nearly zero pivot, a NaN arising on the way) are handed to the plain routine, so the
+/// two give identical results for every input.
 inline bool QelLUInvert4(float* pfM)
 {
     using namespace QelLUDetail;
     const V kAbs = _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff));
-    const V c0 = _mm_loadu_ps(pfM), c1 = _mm_loadu_ps(pfM + 4), c2 = _mm_loadu_ps(pfM + 8),
-            c3 = _mm_loadu_ps(pfM + 12);
-    // Largest magnitude of each row (lanes are rows); the zero start keeps NaNs out as "t > big" does.
-    const V kZero = _mm_setzero_ps();
-    const V m01 = _mm_max_ps(_mm_and_ps(c1, kAbs), _mm_max_ps(_mm_and_ps(c0, kAbs), kZero));
-    const V m23 = _mm_max_ps(_mm_and_ps(c3, kAbs), _mm_max_ps(_mm_and_ps(c2, kAbs), kZero));
-    const V big = _mm_max_ps(m01, m23);
-    if (_mm_movemask_ps(_mm_cmpeq_ps(big, kZero)) != 0)
-        return false;
-    const V vv = _mm_div_ps(_mm_set1_ps(1.0f), big);
+    const V kOne = _mm_set1_ps(1.0f);
+    Lu s;
+    s.c[0] = _mm_loadu_ps(pfM);
+    s.c[1] = _mm_loadu_ps(pfM + 4);
+    s.c[2] = _mm_loadu_ps(pfM + 8);
+    s.c[3] = _mm_loadu_ps(pfM + 12);
+    // Largest magnitude of each row (lanes are rows).
+    const V big = _mm_max_ps(_mm_max_ps(_mm_and_ps(s.c[0], kAbs), _mm_and_ps(s.c[1], kAbs)),
+                             _mm_max_ps(_mm_and_ps(s.c[2], kAbs), _mm_and_ps(s.c[3], kAbs)));
+    // A zero row (refused), NaN (whose elements the plain search skips) and scales that are
+    // infinite or zero go to the plain routine.
+    const V bad = _mm_or_ps(_mm_or_ps(_mm_cmpunord_ps(s.c[0], s.c[1]), _mm_cmpunord_ps(s.c[2], s.c[3])),
+                            _mm_or_ps(_mm_cmplt_ps(big, _mm_set1_ps(FLT_MIN)), _mm_cmpeq_ps(big, _mm_set1_ps(HUGE_VALF))));
+    if (_mm_movemask_ps(bad) != 0)
+        return QelLUInvert<4>(pfM);
+    s.vv = _mm_div_ps(kOne, big);
+    s.abs = kAbs;
+    s.rmax = _mm_setzero_ps();
+    Step<0>(s, kTies.first);
+    const int n0 = _mm_movemask_ps(s.e[0]), i0 = Index(n0);
+    Step<1>(s, kTies.second[i0]);
+    const int n1 = _mm_movemask_ps(s.e[1]), i1 = Index(n1);
+    Step<2>(s, kTies.third[i0][i1]);
+    const int n2 = _mm_movemask_ps(s.e[2]), i2 = Index(n2), i3 = Index((n0 | n1 | n2) ^ 15);
+    // The row left over gives the last pivot.
+    const V eLast = _mm_andnot_ps(_mm_or_ps(_mm_or_ps(s.e[0], s.e[1]), s.e[2]), _mm_castsi128_ps(_mm_set1_epi32(-1)));
+    const V rc3 = Select(eLast, _mm_div_ps(kOne, s.c[3]));
 
-    Rows s;
-    const V t0 = _mm_unpacklo_ps(c0, c1), t1 = _mm_unpacklo_ps(c2, c3);
-    const V t2 = _mm_unpackhi_ps(c0, c1), t3 = _mm_unpackhi_ps(c2, c3);
-    s.r[0] = _mm_movelh_ps(t0, t1);
-    s.r[1] = _mm_movehl_ps(t1, t0);
-    s.r[2] = _mm_movelh_ps(t2, t3);
-    s.r[3] = _mm_movehl_ps(t3, t2);
-    s.q[0] = _mm_setr_ps(1.0f, 0.0f, 0.0f, 0.0f);
-    s.q[1] = _mm_setr_ps(0.0f, 1.0f, 0.0f, 0.0f);
-    s.q[2] = _mm_setr_ps(0.0f, 0.0f, 1.0f, 0.0f);
-    s.q[3] = _mm_setr_ps(0.0f, 0.0f, 0.0f, 1.0f);
-    s.vv = vv;
-    Step<0>(s, c0);
-    // Column 1 of rows 1-3 into lanes 1-3, then column 2 of rows 2-3 into lanes 2-3.
-    Step<1>(s, _mm_shuffle_ps(s.r[1], _mm_unpacklo_ps(s.r[2], s.r[3]), _MM_SHUFFLE(3, 2, 1, 1)));
-    const V t23 = _mm_unpackhi_ps(s.r[2], s.r[3]);
-    Step<2>(s, _mm_movelh_ps(t23, t23));
-    const V rc3 = Reciprocal(Bc<3>(s.r[3]));
+    // Forward substitution on the permuted unit vectors, rows in pivot order (lanes are columns).
+    const V y0 = _mm_and_ps(s.e[0], kOne);
+    const V y1 = _mm_sub_ps(_mm_and_ps(s.e[1], kOne), _mm_mul_ps(_mm_load1_ps(&s.l[0][i1]), y0));
+    const V y2 = _mm_sub_ps(_mm_sub_ps(_mm_and_ps(s.e[2], kOne), _mm_mul_ps(_mm_load1_ps(&s.l[0][i2]), y0)),
+                            _mm_mul_ps(_mm_load1_ps(&s.l[1][i2]), y1));
+    const V y3 = _mm_sub_ps(_mm_sub_ps(_mm_sub_ps(_mm_and_ps(eLast, kOne), _mm_mul_ps(_mm_load1_ps(&s.l[0][i3]), y0)),
+                                       _mm_mul_ps(_mm_load1_ps(&s.l[1][i3]), y1)),
+                            _mm_mul_ps(_mm_load1_ps(&s.l[2][i3]), y2));
 
     // Back substitution as in the generic routine: A and B first, then x = A - B * x3.
-    const V kA2 = s.b[2], kB2 = Bc<3>(s.u[2]);
-    const V u12 = Bc<2>(s.u[1]);
-    const V kA1 = _mm_sub_ps(s.b[1], _mm_mul_ps(u12, kA2));
-    const V kB1 = _mm_sub_ps(Bc<3>(s.u[1]), _mm_mul_ps(u12, kB2));
-    const V u02 = Bc<2>(s.u[0]), u01 = Bc<1>(s.u[0]);
-    const V kA0 = _mm_sub_ps(_mm_sub_ps(s.b[0], _mm_mul_ps(u02, kA2)), _mm_mul_ps(u01, kA1));
-    const V kB0 = _mm_sub_ps(_mm_sub_ps(Bc<3>(s.u[0]), _mm_mul_ps(u02, kB2)), _mm_mul_ps(u01, kB1));
-    const V x3 = _mm_mul_ps(s.q[3], rc3);
+    const V kA2 = _mm_mul_ps(y2, s.rcp[2]), kB2 = _mm_mul_ps(s.u[2][3], s.rcp[2]);
+    const V u12 = _mm_mul_ps(s.u[1][2], s.rcp[1]);
+    const V kA1 = _mm_sub_ps(_mm_mul_ps(y1, s.rcp[1]), _mm_mul_ps(u12, kA2));
+    const V kB1 = _mm_sub_ps(_mm_mul_ps(s.u[1][3], s.rcp[1]), _mm_mul_ps(u12, kB2));
+    const V u02 = _mm_mul_ps(s.u[0][2], s.rcp[0]), u01 = _mm_mul_ps(s.u[0][1], s.rcp[0]);
+    const V kA0 = _mm_sub_ps(_mm_sub_ps(_mm_mul_ps(y0, s.rcp[0]), _mm_mul_ps(u02, kA2)), _mm_mul_ps(u01, kA1));
+    const V kB0 =
+        _mm_sub_ps(_mm_sub_ps(_mm_mul_ps(s.u[0][3], s.rcp[0]), _mm_mul_ps(u02, kB2)), _mm_mul_ps(u01, kB1));
+    const V x3 = _mm_mul_ps(y3, rc3);
     const V x2 = _mm_sub_ps(kA2, _mm_mul_ps(kB2, x3));
     const V x1 = _mm_sub_ps(kA1, _mm_mul_ps(kB1, x3));
     const V x0 = _mm_sub_ps(kA0, _mm_mul_ps(kB0, x3));
+
+    // A zero pivot (which the plain routine replaces by 1e-20) shows as an infinite reciprocal; a
+    // NaN among the candidates wins its search and leaves NaN in the result.
+    const V rmax = _mm_max_ps(s.rmax, _mm_and_ps(rc3, kAbs));
+    const V fail = _mm_or_ps(_mm_or_ps(_mm_cmpunord_ps(x0, x1), _mm_cmpunord_ps(x2, x3)),
+                             _mm_cmpeq_ps(rmax, _mm_set1_ps(HUGE_VALF)));
+    if (_mm_movemask_ps(fail) != 0)
+        return QelLUInvert<4>(pfM);
 
     const V v0 = _mm_unpacklo_ps(x0, x1), v1 = _mm_unpacklo_ps(x2, x3);
     const V v2 = _mm_unpackhi_ps(x0, x1), v3 = _mm_unpackhi_ps(x2, x3);
