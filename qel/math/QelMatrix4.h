@@ -276,11 +276,14 @@ private:
         return __builtin_shufflevector(l, l, I, I, I, I);
 #endif
     }
-    /// x, y, z of o and w of v, by masks: SSE2 has no single shuffle for it.
+    /// x, y, z of o and w of v: two shuffles, as SSE2 has no blend.
     static Lanes WithW(const Lanes& o, const Lanes& v)
     {
-        typedef int Bits __attribute__((vector_size(16)));
-        return (Lanes)(((Bits)o & Bits{-1, -1, -1, 0}) | ((Bits)v & Bits{0, 0, 0, -1}));
+#if defined(__SSE2__)
+        return _mm_shuffle_ps(o, _mm_unpackhi_ps(o, v), _MM_SHUFFLE(3, 0, 1, 0));
+#else
+        return __builtin_shufflevector(o, v, 0, 1, 2, 7);
+#endif
     }
 #else
     template <int I>
