@@ -191,9 +191,10 @@ struct TypeTables
     };
     unsigned char aFirst[256];
     unsigned char aLength[17];
+    unsigned short aRest[17]; // the bits of a word's characters after the first
     unsigned char aType[256];
 
-    constexpr TypeTables() : aFirst{}, aLength{}, aType{}
+    constexpr TypeTables() : aFirst{}, aLength{}, aRest{}, aType{}
     {
         for (int c = 0; c < 256; ++c)
         {
@@ -208,6 +209,8 @@ struct TypeTables
                 n = eFirstLetter;
             aFirst[c] = n;
         }
+        for (int n = 0; n <= 16; ++n)
+            aRest[n] = n > 1 ? static_cast<unsigned short>(((1u << n) - 1u) & ~1u) : 0;
         for (int n = 0; n <= 16; ++n)
             aLength[n] = n == 0 ? eLengthEmpty : n == 1 ? eLengthOne : (n == 7 || n == 9) ? eLengthColor : eLengthOther;
         for (int i = 0; i < 256; ++i)
@@ -247,12 +250,13 @@ inline QelDataType Classify(const char* pWord, int nLength, bool bIntsAsFloats)
             unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_min_epu8(vDigit, _mm_set1_epi8(9)), vDigit)));
         const unsigned nHex = nDigits | unsigned(_mm_movemask_epi8(
                                             _mm_cmpeq_epi8(_mm_min_epu8(vHexLetter, _mm_set1_epi8(5)), vHexLetter)));
-        // The first position after the first character that is no digit, 16 at most.
-        const unsigned nFirstNonDigit = CountTrailingZeros(~nDigits & ~1u);
-        const unsigned nFirstNonHex = CountTrailingZeros(~nHex & ~1u);
+        // The characters after the first that are no digit, and no hexadecimal digit; a count
+        // minus one has its top bit set exactly when the count was 0.
+        const unsigned nRest = s_typeTables.aRest[nLength];
+        const unsigned nNonDigits = nRest & ~nDigits, nNonHex = nRest & ~nHex;
         const unsigned nIndex = s_typeTables.aFirst[UC(c)] | s_typeTables.aLength[nLength] |
-                                unsigned(nFirstNonDigit >= unsigned(nLength)) << 5 |
-                                unsigned(nFirstNonHex >= unsigned(nLength)) << 6 | unsigned(bIntsAsFloats) << 7;
+                                ((nNonDigits - 1u) >> 26 & TypeTables::eRestDigits) |
+                                ((nNonHex - 1u) >> 25 & TypeTables::eRestHex) | unsigned(bIntsAsFloats) << 7;
         return QelDataType(s_typeTables.aType[nIndex]);
     }
 #endif
