@@ -678,6 +678,47 @@ const char* QelTextScanner::NextLine()
     m_bLineBlank = true;
     m_pLinePos = nullptr;
     const unsigned char* pClass = s_lineClasses.a;
+#if defined(__SSE2__)
+    if (m_pBlock && m_pLineBuffer)
+    {
+        // Mostly the whole line lies in the current block and fits the line buffer: it is copied
+        // 16 bytes at a time while its end is sought, the last step into the buffer's slack.
+        const char* pStart = m_pBlock + m_nBlockPos;
+        const size_t nAvailable = size_t(m_nBlockBytes - m_nBlockPos);
+        const size_t nScan = nAvailable < m_nLineCapacity ? nAvailable : m_nLineCapacity;
+        const __m128i vZero = _mm_setzero_si128(), vLF = _mm_set1_epi8('\n'), vCR = _mm_set1_epi8('\r');
+        for (size_t nOffset = 0; nOffset < nScan; nOffset += 16)
+        {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pStart + nOffset));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(m_pLineBuffer + nOffset), v);
+            const unsigned nMask = unsigned(_mm_movemask_epi8(
+                _mm_or_si128(_mm_cmpeq_epi8(v, vZero), _mm_or_si128(_mm_cmpeq_epi8(v, vLF), _mm_cmpeq_epi8(v, vCR)))));
+            if (!nMask)
+                continue;
+            const size_t nLength = nOffset + CountTrailingZeros(nMask);
+            if (nLength >= nScan)
+                break;
+            const char* p = pStart;
+            while (pClass[UC(*p)] == eLineBlank) // stops at the line's end at the latest
+                ++p;
+            if (pClass[UC(*p)] == eLineOther)
+                m_bLineBlank = false;
+            if (pStart[nLength] == '\0' && !m_bNulReported)
+            {
+                m_bNulReported = true;
+                QelSysApp::App().PrintToConsole("<warning> QelTextScanner - NUL byte on line %lld of \"%s\" ends the line\n",
+                                                m_nLineNum + 1, m_strPath.c_str());
+            }
+            m_nBlockPos += int(nLength + 1);
+            if (m_nBlockPos >= m_nBlockBytes)
+                m_pBlock = nullptr;
+            m_pLineBuffer[nLength] = '\0';
+            ++m_nLineNum;
+            m_pLinePos = m_pLineBuffer;
+            return m_pLineBuffer;
+        }
+    }
+#endif
     size_t nLength = 0;
     bool bEnded = false;
     for (;;)
