@@ -270,34 +270,17 @@ inline QelDataType Classify(const char* pWord, int nLength, bool bIntsAsFloats)
 }
 
 #if defined(__SSE2__)
-/// The byte patterns the word search compares with, laid out for aligned loads. With the blank
-/// no delimiter, its pattern repeats the tab so that it matches nothing new.
-struct alignas(16) WordStops
-{
-    char aTabs[16], aCommas[16], aSpaces[2][16];
-    constexpr WordStops() : aTabs{}, aCommas{}, aSpaces{}
-    {
-        for (int i = 0; i < 16; ++i)
-        {
-            aTabs[i] = aSpaces[0][i] = '\t';
-            aCommas[i] = ',';
-            aSpaces[1][i] = ' ';
-        }
-    }
-};
-constexpr WordStops s_wordStops;
-
-inline __m128i Pattern(const char* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
-
 /// Bit masks of the 16 bytes at p within a line: delimiters (tab, and the blank when it
 /// delimits; a line holds no line feed or carriage return), commas (when they delimit) and NULs.
 inline void WindowMasks(const char* p, bool bSpace, bool bComma, unsigned& nDelimiters, unsigned& nCommas,
                         unsigned& nEnds)
 {
+    // The switches mask the bits rather than pick the patterns, which keeps the patterns
+    // constants of the code.
     const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    nDelimiters = unsigned(_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, Pattern(s_wordStops.aTabs)),
-                                                          _mm_cmpeq_epi8(v, Pattern(s_wordStops.aSpaces[bSpace])))));
-    nCommas = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, Pattern(s_wordStops.aCommas)))) & (0u - unsigned(bComma));
+    nDelimiters = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_set1_epi8('\t')))) |
+                  (unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_set1_epi8(' ')))) & (0u - unsigned(bSpace)));
+    nCommas = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_set1_epi8(',')))) & (0u - unsigned(bComma));
     nEnds = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())));
 }
 #endif
@@ -856,7 +839,60 @@ void QelTextScanner::ReadQuoteDelimitedString()
     m_pLinePos = const_cast<char*>(p);
 }
 
+#if defined(__SSE2__)
+inline const char* QelTextScanner::LineWord(QelDataType& eType, bool bClassify)
+{
+    // The default delimiters and no quoted strings: the common case, kept short and without
+    // branches on the text, whose outcome no predictor could learn: one look at the next 16
+    // bytes finds the word, a comma before it and the delimiters after it. Anything unusual
+    // is left to the general reader, which starts again from the same position.
+    const char* pStart = m_pLinePos;
+    unsigned nDelimiters, nCommas, nEnds;
+    WindowMasks(pStart, m_bSpaceDelimiter, m_bCommaDelimiter, nDelimiters, nCommas, nEnds);
+    const unsigned nComma = nCommas & 1u;
+    // A delimiter or the end at the start or after the comma, or a leading comma of the line.
+    const unsigned nUnusual =
+        ((nDelimiters | nEnds) & (1u | nComma << 1)) | (nComma & unsigned(pStart == m_pLineBuffer));
+    // The word ends at the first stop after its first byte, or after the comma.
+    const unsigned nEnd = CountTrailingZeros((nDelimiters | nCommas | nEnds | 0x10000u) & ~1u);
+    if (!nUnusual && nEnd < 16)
+    {
+        const char* pWord = pStart + nComma;
+        const int n = int(nEnd - nComma);
+        std::memcpy(m_szWord, pWord, 32); // one fixed-size move; the slack keeps it inside the line
+        m_szWord[n] = '\0';
+        m_nWordLength = n;
+        const unsigned nNext = nEnd + CountTrailingZeros(~(nDelimiters >> nEnd)); // 16 at most
+        const char* p = pStart + nNext;
+        if (nNext == 16)
+        {
+            while (m_aStop[UC(*p)] == eStopDelimiter)
+                ++p;
+        }
+        m_pLinePos = const_cast<char*>(p);
+        m_nCharsProcessed += p - pStart;
+        // Classified last, from the line: few values are still needed then.
+        if (bClassify)
+            eType = Classify(pWord, n, m_bReadIntsAsFloats);
+        return m_szWord;
+    }
+    return ReadWord(eType, bClassify);
+}
+#endif
+
 const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool bClassify)
+{
+#if defined(__SSE2__)
+    // The next line is read by another function, so that this common path calls none and needs no
+    // frame of its own.
+    const char* pPos = m_pLinePos;
+    if (pPos && *pPos && m_nUseTable == 1 && !m_bQuotesDelimitStrings)
+        return LineWord(eType, bClassify);
+#endif
+    return WordOfNextLine(eType, bAcrossLines, bClassify);
+}
+
+const char* QelTextScanner::WordOfNextLine(QelDataType& eType, bool bAcrossLines, bool bClassify)
 {
     if (!m_pLinePos || !*m_pLinePos)
     {
@@ -868,41 +904,7 @@ const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool
     }
 #if defined(__SSE2__)
     if (m_nUseTable == 1 && !m_bQuotesDelimitStrings)
-    {
-        // The default delimiters and no quoted strings: the common case, kept short and without
-        // branches on the text, whose outcome no predictor could learn: one look at the next 16
-        // bytes finds the word, a comma before it and the delimiters after it. Anything unusual
-        // is left to the general reader, which starts again from the same position.
-        const char* pStart = m_pLinePos;
-        unsigned nDelimiters, nCommas, nEnds;
-        WindowMasks(pStart, m_bSpaceDelimiter, m_bCommaDelimiter, nDelimiters, nCommas, nEnds);
-        const unsigned nComma = nCommas & 1u;
-        // A delimiter or the end at the start or after the comma, or a leading comma of the line.
-        const unsigned nUnusual =
-            ((nDelimiters | nEnds) & (1u | nComma << 1)) | (nComma & unsigned(pStart == m_pLineBuffer));
-        // The word ends at the first stop after its first byte, or after the comma.
-        const unsigned nEnd = CountTrailingZeros((nDelimiters | nCommas | nEnds | 0x10000u) & ~1u);
-        if (!nUnusual && nEnd < 16)
-        {
-            const char* pWord = pStart + nComma;
-            const int n = int(nEnd - nComma);
-            if (bClassify)
-                eType = Classify(pWord, n, m_bReadIntsAsFloats);
-            std::memcpy(m_szWord, pWord, 32); // one fixed-size move; the slack keeps it inside the line
-            m_szWord[n] = '\0';
-            m_nWordLength = n;
-            const unsigned nNext = nEnd + CountTrailingZeros(~(nDelimiters >> nEnd)); // 16 at most
-            const char* p = pStart + nNext;
-            if (nNext == 16)
-            {
-                while (m_aStop[UC(*p)] == eStopDelimiter)
-                    ++p;
-            }
-            m_pLinePos = const_cast<char*>(p);
-            m_nCharsProcessed += p - pStart;
-            return m_szWord;
-        }
-    }
+        return LineWord(eType, bClassify);
 #endif
     return ReadWord(eType, bClassify);
 }

@@ -93,6 +93,8 @@ private:
 
     bool UseTable();
     const char* ReadWord(QelDataType& eType, bool bClassify);
+    const char* LineWord(QelDataType& eType, bool bClassify);
+    const char* WordOfNextLine(QelDataType& eType, bool bAcrossLines, bool bClassify);
     const char* SkipDelimiters(const char* p, bool bSkipComma);
     void BuildStopTable();
     bool GrowLine(size_t nNeeded);
