@@ -55,11 +55,12 @@ inline char* AllocLine(size_t nCapacity, size_t nSlack)
     return new (std::nothrow) char[nCapacity + nSlack]();
 }
 
+#if defined(__SSE2__)
 inline int CountTrailingZeros(unsigned nMask)
 {
-#if defined(__GNUC__)
+#  if defined(__GNUC__)
     return __builtin_ctz(nMask);
-#else
+#  else
     int n = 0;
     while (!(nMask & 1u))
     {
@@ -67,8 +68,9 @@ inline int CountTrailingZeros(unsigned nMask)
         ++n;
     }
     return n;
-#endif
+#  endif
 }
+#endif
 
 /// Offset of the first NUL, line feed or carriage return in [p, pEnd), or pEnd - p. Up to 15 bytes
 /// past pEnd may be read.
