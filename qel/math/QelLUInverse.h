@@ -204,7 +204,7 @@ struct Lu
     V e[3];    // step J's pivot row as a one-hot lane mask
     V rcp[3];  // broadcast: 1 / pivot of step J
     V u[3][4]; // broadcast: element k of step J's pivot row, k > J
-    alignas(16) float l[3][4]; // step J's multipliers, by row
+    V l[3];    // step J's multipliers, lane = row
 };
 
 /// Lanes where row i beats row i + K: a larger scaled value, or an equal one where ties says so.
@@ -240,9 +240,10 @@ inline void Step(Lu& s, const int32_t (&ties)[3][4])
     s.abs = _mm_andnot_ps(e, s.abs);
     s.rcp[J] = r;
     s.rmax = _mm_max_ps(s.rmax, _mm_and_ps(r, _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff))));
-    _mm_store_ps(s.l[J], l);
+    s.l[J] = l;
 }
 
+/// The row of a one-hot lane mask from movemask.
 inline int Index(int nMask)
 {
     return __builtin_ctz(unsigned(nMask) | 8u);
@@ -276,23 +277,24 @@ inline bool QelLUInvert4(float* pfM)
     s.abs = kAbs;
     s.rmax = _mm_setzero_ps();
     Step<0>(s, kTies.first);
-    const int n0 = _mm_movemask_ps(s.e[0]), i0 = Index(n0);
+    const int i0 = Index(_mm_movemask_ps(s.e[0]));
     Step<1>(s, kTies.second[i0]);
-    const int n1 = _mm_movemask_ps(s.e[1]), i1 = Index(n1);
+    const int i1 = Index(_mm_movemask_ps(s.e[1]));
     Step<2>(s, kTies.third[i0][i1]);
-    const int n2 = _mm_movemask_ps(s.e[2]), i2 = Index(n2), i3 = Index((n0 | n1 | n2) ^ 15);
     // The row left over gives the last pivot.
     const V eLast = _mm_andnot_ps(_mm_or_ps(_mm_or_ps(s.e[0], s.e[1]), s.e[2]), _mm_castsi128_ps(_mm_set1_epi32(-1)));
     const V rc3 = Select(eLast, _mm_div_ps(kOne, s.c[3]));
 
     // Forward substitution on the permuted unit vectors, rows in pivot order (lanes are columns).
+    // The multipliers are picked out in registers: loading them by index from a stack copy made
+    // the processor hold back a caller's next loads until this call finished.
     const V y0 = _mm_and_ps(s.e[0], kOne);
-    const V y1 = _mm_sub_ps(_mm_and_ps(s.e[1], kOne), _mm_mul_ps(_mm_load1_ps(&s.l[0][i1]), y0));
-    const V y2 = _mm_sub_ps(_mm_sub_ps(_mm_and_ps(s.e[2], kOne), _mm_mul_ps(_mm_load1_ps(&s.l[0][i2]), y0)),
-                            _mm_mul_ps(_mm_load1_ps(&s.l[1][i2]), y1));
-    const V y3 = _mm_sub_ps(_mm_sub_ps(_mm_sub_ps(_mm_and_ps(eLast, kOne), _mm_mul_ps(_mm_load1_ps(&s.l[0][i3]), y0)),
-                                       _mm_mul_ps(_mm_load1_ps(&s.l[1][i3]), y1)),
-                            _mm_mul_ps(_mm_load1_ps(&s.l[2][i3]), y2));
+    const V y1 = _mm_sub_ps(_mm_and_ps(s.e[1], kOne), _mm_mul_ps(Select(s.e[1], s.l[0]), y0));
+    const V y2 = _mm_sub_ps(_mm_sub_ps(_mm_and_ps(s.e[2], kOne), _mm_mul_ps(Select(s.e[2], s.l[0]), y0)),
+                            _mm_mul_ps(Select(s.e[2], s.l[1]), y1));
+    const V y3 = _mm_sub_ps(_mm_sub_ps(_mm_sub_ps(_mm_and_ps(eLast, kOne), _mm_mul_ps(Select(eLast, s.l[0]), y0)),
+                                       _mm_mul_ps(Select(eLast, s.l[1]), y1)),
+                            _mm_mul_ps(Select(eLast, s.l[2]), y2));
 
     // Back substitution as in the generic routine: A and B first, then x = A - B * x3.
     const V kA2 = _mm_mul_ps(y2, s.rcp[2]), kB2 = _mm_mul_ps(s.u[2][3], s.rcp[2]);
