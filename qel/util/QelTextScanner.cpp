@@ -669,13 +669,14 @@ const char* QelTextScanner::NextLine()
         // Mostly the whole line lies in the current block and fits the line buffer: it is copied
         // 16 bytes at a time while its end is sought, the last step into the buffer's slack.
         const char* pStart = m_pBlock + m_nBlockPos;
+        char* const pLine = m_pLineBuffer; // a local, which the stores below cannot change
         const size_t nAvailable = size_t(m_nBlockBytes - m_nBlockPos);
         const size_t nScan = nAvailable < m_nLineCapacity ? nAvailable : m_nLineCapacity;
         const __m128i vZero = _mm_setzero_si128(), vLF = _mm_set1_epi8('\n'), vCR = _mm_set1_epi8('\r');
         for (size_t nOffset = 0; nOffset < nScan; nOffset += 16)
         {
             const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pStart + nOffset));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(m_pLineBuffer + nOffset), v);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(pLine + nOffset), v);
             const unsigned nMask = unsigned(_mm_movemask_epi8(
                 _mm_or_si128(_mm_cmpeq_epi8(v, vZero), _mm_or_si128(_mm_cmpeq_epi8(v, vLF), _mm_cmpeq_epi8(v, vCR)))));
             if (!nMask)
@@ -697,10 +698,10 @@ const char* QelTextScanner::NextLine()
             m_nBlockPos += int(nLength + 1);
             if (m_nBlockPos >= m_nBlockBytes)
                 m_pBlock = nullptr;
-            m_pLineBuffer[nLength] = '\0';
+            pLine[nLength] = '\0';
             ++m_nLineNum;
-            m_pLinePos = m_pLineBuffer;
-            return m_pLineBuffer;
+            m_pLinePos = pLine;
+            return pLine;
         }
     }
 #endif
