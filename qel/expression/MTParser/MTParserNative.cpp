@@ -379,7 +379,9 @@ void Emitter::Instruction(unsigned int nOp, const Source* a, int nArity, int nVa
 {
     switch (nOp)
     {
-    case eMTAdd: // commutes exactly: keep a value already in a register as the destination
+    // Sums and products commute exactly (only which of two NaNs survives may change): a value
+    // already in a register stays the destination.
+    case eMTAdd:
         if (!InReg(a[0]) && InReg(a[1]))
             return Binary(kAdd, a[1], a[0], nValue);
         return Binary(kAdd, a[0], a[1], nValue);
@@ -430,9 +432,10 @@ void Emitter::Instruction(unsigned int nOp, const Source* a, int nArity, int nVa
         const int r = Materialize(a[0]);
         Sse(kScalar, kMul, r, {eLocReg, r});
         if (nOp == eMTSquareAdd)
+        {
             Sse(kScalar, kAdd, r, Use(a[1]));
-        if (nOp == eMTSquareAdd)
             Release(a[1]);
+        }
         if (nOp == eMTSumSquares)
         {
             const int t = Materialize(a[1]);
