@@ -139,19 +139,24 @@ public:
         up.Normalize();
         const QelVec3 s = f.Cross(up);
         const QelVec3 u = s.Cross(f);
-        QelMatrix4 m(false);
-        m.m_fM[0] = s.x;
-        m.m_fM[4] = s.y;
-        m.m_fM[8] = s.z;
-        m.m_fM[1] = u.x;
-        m.m_fM[5] = u.y;
-        m.m_fM[9] = u.z;
-        m.m_fM[2] = -f.x;
-        m.m_fM[6] = -f.y;
-        m.m_fM[10] = -f.z;
-        m.m_fM[15] = 1.0f;
-        *this = *this * m;
-        Translate(-vViewpoint.x, -vViewpoint.y, -vViewpoint.z);
+        // this = this * M, then this = this * T(-viewpoint), both kept in registers: written out
+        // element by element and read back as columns, the intermediate matrices would wait for
+        // their stores to reach the cache. Rounds exactly as the product followed by Translate.
+        const Lanes a0 = Col(0), a1 = Col(1), a2 = Col(2), a3 = Col(3);
+        Lanes p[4];
+        p[0] = a0 * s.x + a1 * u.x + a2 * -f.x + a3 * 0.0f;
+        p[1] = a0 * s.y + a1 * u.y + a2 * -f.y + a3 * 0.0f;
+        p[2] = a0 * s.z + a1 * u.z + a2 * -f.z + a3 * 0.0f;
+        p[3] = a0 * 0.0f + a1 * 0.0f + a2 * 0.0f + a3 * 1.0f;
+        if (!m_bMathematicallySound)
+            p[0] = ClearW(p[0]), p[1] = ClearW(p[1]), p[2] = ClearW(p[2]), p[3] = OneW(p[3]);
+        Lanes t = p[0] * -vViewpoint.x + p[1] * -vViewpoint.y + p[2] * -vViewpoint.z + p[3];
+        if (!m_bMathematicallySound)
+            t = OneW(t);
+        SetCol(0, p[0]);
+        SetCol(1, p[1]);
+        SetCol(2, p[2]);
+        SetCol(3, t);
     }
 
     /// this = this * o.
@@ -262,6 +267,28 @@ private:
         return l;
     }
     static void Store(float* pf, const Lanes& l) { std::memcpy(pf, &l, sizeof(l)); }
+    /// x, y, z of l and +0 for w.
+    static Lanes ClearW(const Lanes& l)
+    {
+#if defined(__SSE2__)
+        return _mm_and_ps(l, _mm_castsi128_ps(_mm_set_epi32(0, -1, -1, -1)));
+#else
+        Lanes r = l;
+        r[3] = 0.0f;
+        return r;
+#endif
+    }
+    /// x, y, z of l and 1 for w.
+    static Lanes OneW(const Lanes& l)
+    {
+#if defined(__SSE2__)
+        return _mm_or_ps(ClearW(l), _mm_set_ps(1.0f, 0.0f, 0.0f, 0.0f));
+#else
+        Lanes r = l;
+        r[3] = 1.0f;
+        return r;
+#endif
+    }
     Lanes Col(int c) const { return Load(m_fM + 4 * c); }
     void SetCol(int c, const Lanes& l) { Store(m_fM + 4 * c, l); }
 #if defined(__GNUC__)

@@ -144,6 +144,24 @@ TEST(QelMatrix4, LookAt)
     m.LookAt(QelVec3(1, 1, 1), QelVec3(1, 1, 1), QelVec3(0, 1, 0));
     EXPECT_EQ(m.m_fM[0], 0.0f);
     EXPECT_EQ(m.m_fM[15], 1.0f);
+    // On any matrix, with the flag clear or set, the result is bit for bit the product with the
+    // camera matrix followed by Translate(-viewpoint).
+    for (bool bSound : {false, true})
+    {
+        QelMatrix4 a = FromRows({0.5f, -2, 3, 4, 1.5f, 0.25f, -0.0f, 7, 2, 9, -1, 0.125f, 3, -5, 6, 2});
+        a.SetMathematicallySound(bSound);
+        const QelVec3 eye(1, -2, 3), target(-0.5f, 4, 2), upIn(0.3f, 1, -0.2f);
+        QelVec3 f = target - eye, up = upIn;
+        f.Normalize();
+        up.Normalize();
+        const QelVec3 s = f.Cross(up), u = s.Cross(f);
+        QelMatrix4 cam = FromRows({s.x, s.y, s.z, 0, u.x, u.y, u.z, 0, -f.x, -f.y, -f.z, 0, 0, 0, 0, 1});
+        QelMatrix4 expected = a * cam;
+        expected.Translate(-eye.x, -eye.y, -eye.z);
+        a.LookAt(eye, target, upIn);
+        EXPECT_EQ(0, std::memcmp(a.m_fM, expected.m_fM, sizeof(a.m_fM))) << bSound;
+        EXPECT_EQ(a.IsMathematicallySound(), bSound);
+    }
 }
 
 TEST(QelMatrix4, InvertAndDeterminants)
