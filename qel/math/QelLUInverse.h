@@ -219,15 +219,22 @@ inline V Beats(V sc, const int32_t (&ties)[3][4])
     return _mm_castsi128_ps(_mm_cmpgt_epi32(_mm_castps_si128(sc), _mm_add_epi32(o, t)));
 }
 
-/// Elimination step J: exactly one row beats all others.
+/// The pivot row of step J: the one row that beats all others.
 template <int J>
-inline void Step(Lu& s, const int32_t (&ties)[3][4])
+inline V Search(const Lu& s, const int32_t (&ties)[3][4])
+{
+    // Used rows scale to +0 and lose every tie.
+    const V sc = _mm_mul_ps(_mm_and_ps(s.c[J], s.abs), s.vv);
+    return _mm_and_ps(_mm_and_ps(Beats<1>(sc, ties), Beats<2>(sc, ties)), Beats<3>(sc, ties));
+}
+
+/// Elimination step J with pivot row e (a one-hot lane mask).
+template <int J>
+inline void Eliminate(Lu& s, V e)
 {
     const V col = s.c[J];
+    // All four reciprocals, so that the division need not wait for the search.
     const V rcol = _mm_div_ps(_mm_set1_ps(1.0f), col);
-    // Used rows scale to +0 and lose every tie.
-    const V sc = _mm_mul_ps(_mm_and_ps(col, s.abs), s.vv);
-    const V e = _mm_and_ps(_mm_and_ps(Beats<1>(sc, ties), Beats<2>(sc, ties)), Beats<3>(sc, ties));
     const V r = Select(e, rcol);
     const V l = _mm_mul_ps(col, r);
     for (int k = J + 1; k < 4; ++k)
@@ -248,22 +255,32 @@ inline int Index(int nMask)
 {
     return __builtin_ctz(unsigned(nMask) | 8u);
 }
-} // namespace QelLUDetail
 
 /// QelLUInvert<4> written as packed column operations with the same pivots, refusals and rounding.
 /// The rare cases it does not carry through (NaN or infinite input, a row scale out of range, a
 /// zero or nearly zero pivot, a NaN arising on the way) are handed to the plain routine, so the
 /// two give identical results for every input.
-inline bool QelLUInvert4(float* pfM)
+/// bAffine: the bottom row is 0, 0, 0, 1. Then the last search can only pick the upper row left
+/// over and the last pivot is exactly 1, which leaves a shorter dependency chain: no third search
+/// and no last division.
+template <bool bAffine>
+inline bool QelLUInvert4Packed(float* pfM)
 {
-    using namespace QelLUDetail;
     const V kAbs = _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff));
     const V kOne = _mm_set1_ps(1.0f);
+    const V kAll = _mm_castsi128_ps(_mm_set1_epi32(-1));
     Lu s;
     s.c[0] = _mm_loadu_ps(pfM);
     s.c[1] = _mm_loadu_ps(pfM + 4);
     s.c[2] = _mm_loadu_ps(pfM + 8);
     s.c[3] = _mm_loadu_ps(pfM + 12);
+    if constexpr (bAffine)
+    {
+        // The bottom row is lane 3 of each column.
+        const V bottom = _mm_movehl_ps(_mm_unpackhi_ps(s.c[2], s.c[3]), _mm_unpackhi_ps(s.c[0], s.c[1]));
+        if (_mm_movemask_ps(_mm_cmpeq_ps(bottom, _mm_set_ps(1.0f, 0.0f, 0.0f, 0.0f))) != 15)
+            return QelLUInvert4Packed<false>(pfM);
+    }
     // Largest magnitude of each row (lanes are rows).
     const V big = _mm_max_ps(_mm_max_ps(_mm_and_ps(s.c[0], kAbs), _mm_and_ps(s.c[1], kAbs)),
                              _mm_max_ps(_mm_and_ps(s.c[2], kAbs), _mm_and_ps(s.c[3], kAbs)));
@@ -276,14 +293,33 @@ inline bool QelLUInvert4(float* pfM)
     s.vv = _mm_div_ps(kOne, big);
     s.abs = kAbs;
     s.rmax = _mm_setzero_ps();
-    Step<0>(s, kTies.first);
+    Eliminate<0>(s, Search<0>(s, kTies.first));
     const int i0 = Index(_mm_movemask_ps(s.e[0]));
-    Step<1>(s, kTies.second[i0]);
-    const int i1 = Index(_mm_movemask_ps(s.e[1]));
-    Step<2>(s, kTies.third[i0][i1]);
-    // The row left over gives the last pivot.
-    const V eLast = _mm_andnot_ps(_mm_or_ps(_mm_or_ps(s.e[0], s.e[1]), s.e[2]), _mm_castsi128_ps(_mm_set1_epi32(-1)));
-    const V rc3 = Select(eLast, _mm_div_ps(kOne, s.c[3]));
+    Eliminate<1>(s, Search<1>(s, kTies.second[i0]));
+    V eLast, rc3, refuse = _mm_setzero_ps();
+    if constexpr (bAffine)
+    {
+        // Row 3 scales by 1 and keeps +-0 in the first three columns. It wins a search only with a
+        // zero pivot, and a NaN arising in it reaches the result; both cases go to the plain
+        // routine below. So step 2 takes the upper row left over, as the search would, unless
+        // that row's scaled value is 0 too (an underflow), which is handed over as well.
+        const V e2 = _mm_andnot_ps(_mm_or_ps(s.e[0], s.e[1]), _mm_castsi128_ps(_mm_set_epi32(0, -1, -1, -1)));
+        refuse = _mm_and_ps(e2, _mm_cmpngt_ps(_mm_mul_ps(_mm_and_ps(s.c[2], kAbs), s.vv), _mm_setzero_ps()));
+        Eliminate<2>(s, e2);
+        eLast = _mm_castsi128_ps(_mm_set_epi32(-1, 0, 0, 0));
+        // The last pivot is 1 minus products with +-0: exactly 1 whenever the result is finite.
+        rc3 = kOne;
+    }
+    else
+    {
+        const int i1 = Index(_mm_movemask_ps(s.e[1]));
+        Eliminate<2>(s, Search<2>(s, kTies.third[i0][i1]));
+        // The row left over gives the last pivot.
+        eLast = _mm_andnot_ps(_mm_or_ps(_mm_or_ps(s.e[0], s.e[1]), s.e[2]), kAll);
+        rc3 = Select(eLast, _mm_div_ps(kOne, s.c[3]));
+    }
+    // Element k of the last row, in all lanes.
+    const auto last = [&](V v) { return bAffine ? Shuf<3, 3, 3, 3>(v) : Select(eLast, v); };
 
     // Forward substitution on the permuted unit vectors, rows in pivot order (lanes are columns).
     // The multipliers are picked out in registers: loading them by index from a stack copy made
@@ -292,9 +328,9 @@ inline bool QelLUInvert4(float* pfM)
     const V y1 = _mm_sub_ps(_mm_and_ps(s.e[1], kOne), _mm_mul_ps(Select(s.e[1], s.l[0]), y0));
     const V y2 = _mm_sub_ps(_mm_sub_ps(_mm_and_ps(s.e[2], kOne), _mm_mul_ps(Select(s.e[2], s.l[0]), y0)),
                             _mm_mul_ps(Select(s.e[2], s.l[1]), y1));
-    const V y3 = _mm_sub_ps(_mm_sub_ps(_mm_sub_ps(_mm_and_ps(eLast, kOne), _mm_mul_ps(Select(eLast, s.l[0]), y0)),
-                                       _mm_mul_ps(Select(eLast, s.l[1]), y1)),
-                            _mm_mul_ps(Select(eLast, s.l[2]), y2));
+    const V y3 = _mm_sub_ps(_mm_sub_ps(_mm_sub_ps(_mm_and_ps(eLast, kOne), _mm_mul_ps(last(s.l[0]), y0)),
+                                       _mm_mul_ps(last(s.l[1]), y1)),
+                            _mm_mul_ps(last(s.l[2]), y2));
 
     // Back substitution as in the generic routine: A and B first, then x = A - B * x3.
     const V kA2 = _mm_mul_ps(y2, s.rcp[2]), kB2 = _mm_mul_ps(s.u[2][3], s.rcp[2]);
@@ -305,16 +341,18 @@ inline bool QelLUInvert4(float* pfM)
     const V kA0 = _mm_sub_ps(_mm_sub_ps(_mm_mul_ps(y0, s.rcp[0]), _mm_mul_ps(u02, kA2)), _mm_mul_ps(u01, kA1));
     const V kB0 =
         _mm_sub_ps(_mm_sub_ps(_mm_mul_ps(s.u[0][3], s.rcp[0]), _mm_mul_ps(u02, kB2)), _mm_mul_ps(u01, kB1));
-    const V x3 = _mm_mul_ps(y3, rc3);
+    // With an affine matrix rc3 is 1 and y3 * 1 is y3 bit for bit.
+    const V x3 = bAffine ? y3 : _mm_mul_ps(y3, rc3);
     const V x2 = _mm_sub_ps(kA2, _mm_mul_ps(kB2, x3));
     const V x1 = _mm_sub_ps(kA1, _mm_mul_ps(kB1, x3));
     const V x0 = _mm_sub_ps(kA0, _mm_mul_ps(kB0, x3));
 
     // A zero pivot (which the plain routine replaces by 1e-20) shows as an infinite reciprocal; a
     // NaN among the candidates wins its search and leaves NaN in the result.
-    const V rmax = _mm_max_ps(s.rmax, _mm_and_ps(rc3, kAbs));
-    const V fail = _mm_or_ps(_mm_or_ps(_mm_cmpunord_ps(x0, x1), _mm_cmpunord_ps(x2, x3)),
-                             _mm_cmpeq_ps(rmax, _mm_set1_ps(HUGE_VALF)));
+    const V rmax = bAffine ? s.rmax : _mm_max_ps(s.rmax, _mm_and_ps(rc3, kAbs));
+    const V fail = _mm_or_ps(_mm_or_ps(_mm_or_ps(_mm_cmpunord_ps(x0, x1), _mm_cmpunord_ps(x2, x3)),
+                                       _mm_cmpeq_ps(rmax, _mm_set1_ps(HUGE_VALF))),
+                             refuse);
     if (_mm_movemask_ps(fail) != 0)
         return QelLUInvert<4>(pfM);
 
@@ -325,5 +363,13 @@ inline bool QelLUInvert4(float* pfM)
     _mm_storeu_ps(pfM + 8, _mm_movelh_ps(v2, v3));
     _mm_storeu_ps(pfM + 12, _mm_movehl_ps(v3, v2));
     return true;
+}
+} // namespace QelLUDetail
+
+/// QelLUInvert<4> in packed form, with a shorter route for affine matrices (bottom row 0, 0, 0, 1),
+/// the usual case in a 3D tool. Identical results to the plain routine for every input.
+inline bool QelLUInvert4(float* pfM)
+{
+    return QelLUDetail::QelLUInvert4Packed<true>(pfM);
 }
 #endif
