@@ -41,8 +41,8 @@ glm::vec3 G(const QelVec3& v)
 /// The same inputs in both libraries' types.
 struct Inputs
 {
-    std::vector<QelMatrix4> qMat, qMatSound;
-    std::vector<glm::mat4> gMat;
+    std::vector<QelMatrix4> qMat, qMatSound, qProj;
+    std::vector<glm::mat4> gMat, gProj;
     std::vector<QelVec3> qVec, qAxis;
     std::vector<glm::vec3> gVec, gAxis;
     std::vector<QelVec4> qVec4;
@@ -63,6 +63,9 @@ struct Inputs
             m.SetMathematicallySound(true);
             qMatSound.push_back(m);
             gMat.push_back(glm::make_mat4(m.m_fM));
+            // A camera projection times the transform: a full matrix, no affine bottom row.
+            gProj.push_back(glm::perspective(glm::radians(Uniform(40, 70)), 1.5f, 0.1f, 100.0f) * gMat.back());
+            qProj.push_back(QelMatrix4(glm::value_ptr(gProj.back())));
             const QelVec3 v(Uniform(-5, 5), Uniform(-5, 5), Uniform(-5, 5));
             qVec.push_back(v);
             gVec.push_back(G(v));
@@ -196,6 +199,30 @@ void Glm_Inverse(benchmark::State& st)
     for (auto _ : st)
     {
         glm::mat4 r = glm::inverse(in.gMat[i & 255]);
+        benchmark::DoNotOptimize(r);
+        ++i;
+    }
+}
+
+void Qel_InvertProjective(benchmark::State& st)
+{
+    const Inputs& in = In();
+    size_t i = 0;
+    for (auto _ : st)
+    {
+        QelMatrix4 r = in.qProj[i & 255];
+        benchmark::DoNotOptimize(r.Invert());
+        benchmark::DoNotOptimize(r);
+        ++i;
+    }
+}
+void Glm_InverseProjective(benchmark::State& st)
+{
+    const Inputs& in = In();
+    size_t i = 0;
+    for (auto _ : st)
+    {
+        glm::mat4 r = glm::inverse(in.gProj[i & 255]);
         benchmark::DoNotOptimize(r);
         ++i;
     }
@@ -540,6 +567,8 @@ BENCHMARK(Qel_Mat4TimesVec3Array);
 BENCHMARK(Glm_Mat4TimesVec3Array);
 BENCHMARK(Qel_Invert);
 BENCHMARK(Glm_Inverse);
+BENCHMARK(Qel_InvertProjective);
+BENCHMARK(Glm_InverseProjective);
 BENCHMARK(Qel_RotateArbitraryAxis);
 BENCHMARK(Glm_Rotate);
 BENCHMARK(Qel_LookAt);
