@@ -180,49 +180,26 @@ void Glm_Mat4TimesVec3(benchmark::State& st)
     }
 }
 
-void Qel_Invert(benchmark::State& st)
+// The transforms are affine; a projection times a transform has a full bottom row.
+void Qel_Invert(benchmark::State& st, std::vector<QelMatrix4> Inputs::*pMats)
 {
-    const Inputs& in = In();
+    const std::vector<QelMatrix4>& mats = In().*pMats;
     size_t i = 0;
     for (auto _ : st)
     {
-        QelMatrix4 r = in.qMat[i & 255];
+        QelMatrix4 r = mats[i & 255];
         benchmark::DoNotOptimize(r.Invert());
         benchmark::DoNotOptimize(r);
         ++i;
     }
 }
-void Glm_Inverse(benchmark::State& st)
+void Glm_Inverse(benchmark::State& st, std::vector<glm::mat4> Inputs::*pMats)
 {
-    const Inputs& in = In();
+    const std::vector<glm::mat4>& mats = In().*pMats;
     size_t i = 0;
     for (auto _ : st)
     {
-        glm::mat4 r = glm::inverse(in.gMat[i & 255]);
-        benchmark::DoNotOptimize(r);
-        ++i;
-    }
-}
-
-void Qel_InvertProjective(benchmark::State& st)
-{
-    const Inputs& in = In();
-    size_t i = 0;
-    for (auto _ : st)
-    {
-        QelMatrix4 r = in.qProj[i & 255];
-        benchmark::DoNotOptimize(r.Invert());
-        benchmark::DoNotOptimize(r);
-        ++i;
-    }
-}
-void Glm_InverseProjective(benchmark::State& st)
-{
-    const Inputs& in = In();
-    size_t i = 0;
-    for (auto _ : st)
-    {
-        glm::mat4 r = glm::inverse(in.gProj[i & 255]);
+        glm::mat4 r = glm::inverse(mats[i & 255]);
         benchmark::DoNotOptimize(r);
         ++i;
     }
@@ -565,10 +542,10 @@ BENCHMARK(Qel_Mat4TimesVec4ArraySound);
 BENCHMARK(Glm_Mat4TimesVec4Array);
 BENCHMARK(Qel_Mat4TimesVec3Array);
 BENCHMARK(Glm_Mat4TimesVec3Array);
-BENCHMARK(Qel_Invert);
-BENCHMARK(Glm_Inverse);
-BENCHMARK(Qel_InvertProjective);
-BENCHMARK(Glm_InverseProjective);
+BENCHMARK_CAPTURE(Qel_Invert, affine, &Inputs::qMat);
+BENCHMARK_CAPTURE(Glm_Inverse, affine, &Inputs::gMat);
+BENCHMARK_CAPTURE(Qel_Invert, projective, &Inputs::qProj);
+BENCHMARK_CAPTURE(Glm_Inverse, projective, &Inputs::gProj);
 BENCHMARK(Qel_RotateArbitraryAxis);
 BENCHMARK(Glm_Rotate);
 BENCHMARK(Qel_LookAt);
