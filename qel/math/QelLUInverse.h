@@ -341,14 +341,14 @@ inline bool QelLUInvert4Packed(float* pfM)
     const V kA0 = _mm_sub_ps(_mm_sub_ps(_mm_mul_ps(y0, s.rcp[0]), _mm_mul_ps(u02, kA2)), _mm_mul_ps(u01, kA1));
     const V kB0 =
         _mm_sub_ps(_mm_sub_ps(_mm_mul_ps(s.u[0][3], s.rcp[0]), _mm_mul_ps(u02, kB2)), _mm_mul_ps(u01, kB1));
-    // With an affine matrix rc3 is 1 and y3 * 1 is y3 bit for bit.
-    const V x3 = bAffine ? y3 : _mm_mul_ps(y3, rc3);
+    const V x3 = _mm_mul_ps(y3, rc3);
     const V x2 = _mm_sub_ps(kA2, _mm_mul_ps(kB2, x3));
     const V x1 = _mm_sub_ps(kA1, _mm_mul_ps(kB1, x3));
     const V x0 = _mm_sub_ps(kA0, _mm_mul_ps(kB0, x3));
 
-    // A zero pivot (which the plain routine replaces by 1e-20) shows as an infinite reciprocal; a
-    // NaN among the candidates wins its search and leaves NaN in the result.
+    // A zero pivot (which the plain routine replaces by 1e-20) shows as an infinite reciprocal (the
+    // affine rc3 of 1 cannot be); a NaN among the candidates wins its search and leaves NaN in the
+    // result.
     const V rmax = bAffine ? s.rmax : _mm_max_ps(s.rmax, _mm_and_ps(rc3, kAbs));
     const V fail = _mm_or_ps(_mm_or_ps(_mm_or_ps(_mm_cmpunord_ps(x0, x1), _mm_cmpunord_ps(x2, x3)),
                                        _mm_cmpeq_ps(rmax, _mm_set1_ps(HUGE_VALF))),
