@@ -95,7 +95,7 @@ public:
     /// this = this * T.
     void Translate(float fX, float fY, float fZ)
     {
-        SetCol(3, Col(0) * fX + Col(1) * fY + Col(2) * fZ + Col(3));
+        SetCol(3, (Col(0) * fX + Col(1) * fY) + (Col(2) * fZ + Col(3)));
         KeepAffine();
     }
     void Translate(const QelVec3& v) { Translate(v.x, v.y, v.z); }
@@ -144,13 +144,13 @@ public:
         // their stores to reach the cache. Rounds exactly as the product followed by Translate.
         const Lanes a0 = Col(0), a1 = Col(1), a2 = Col(2), a3 = Col(3);
         Lanes p[4];
-        p[0] = a0 * s.x + a1 * u.x + a2 * -f.x + a3 * 0.0f;
-        p[1] = a0 * s.y + a1 * u.y + a2 * -f.y + a3 * 0.0f;
-        p[2] = a0 * s.z + a1 * u.z + a2 * -f.z + a3 * 0.0f;
-        p[3] = a0 * 0.0f + a1 * 0.0f + a2 * 0.0f + a3 * 1.0f;
+        p[0] = (a0 * s.x + a1 * u.x) + (a2 * -f.x + a3 * 0.0f);
+        p[1] = (a0 * s.y + a1 * u.y) + (a2 * -f.y + a3 * 0.0f);
+        p[2] = (a0 * s.z + a1 * u.z) + (a2 * -f.z + a3 * 0.0f);
+        p[3] = (a0 * 0.0f + a1 * 0.0f) + (a2 * 0.0f + a3 * 1.0f);
         if (!m_bMathematicallySound)
             p[0] = ClearW(p[0]), p[1] = ClearW(p[1]), p[2] = ClearW(p[2]), p[3] = OneW(p[3]);
-        Lanes t = p[0] * -vViewpoint.x + p[1] * -vViewpoint.y + p[2] * -vViewpoint.z + p[3];
+        Lanes t = (p[0] * -vViewpoint.x + p[1] * -vViewpoint.y) + (p[2] * -vViewpoint.z + p[3]);
         if (!m_bMathematicallySound)
             t = OneW(t);
         SetCol(0, p[0]);
@@ -203,7 +203,7 @@ public:
         {
             // One load per column of b, its elements spread in registers.
             const Lanes bc = b.Col(c);
-            r.SetCol(c, a0 * Splat<0>(bc) + a1 * Splat<1>(bc) + a2 * Splat<2>(bc) + a3 * Splat<3>(bc));
+            r.SetCol(c, (a0 * Splat<0>(bc) + a1 * Splat<1>(bc)) + (a2 * Splat<2>(bc) + a3 * Splat<3>(bc)));
         }
         r.m_bMathematicallySound = m_bMathematicallySound;
         r.KeepAffine();
@@ -216,9 +216,9 @@ public:
         const Lanes l = Load(&v.x);
         QelVec4 r;
         if (m_bMathematicallySound)
-            Store(&r.x, Col(0) * Splat<0>(l) + Col(1) * Splat<1>(l) + Col(2) * Splat<2>(l) + Col(3) * Splat<3>(l));
+            Store(&r.x, (Col(0) * Splat<0>(l) + Col(1) * Splat<1>(l)) + (Col(2) * Splat<2>(l) + Col(3) * Splat<3>(l)));
         else
-            Store(&r.x, WithW(Col(0) * Splat<0>(l) + Col(1) * Splat<1>(l) + Col(2) * Splat<2>(l) + Col(3), l));
+            Store(&r.x, WithW((Col(0) * Splat<0>(l) + Col(1) * Splat<1>(l)) + (Col(2) * Splat<2>(l) + Col(3)), l));
         return r;
     }
     /// Always affine: rotation part times v plus the translation, no division by w.

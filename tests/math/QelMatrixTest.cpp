@@ -101,6 +101,40 @@ TEST(QelMatrix4, AffineProductsUnlessSound)
     EXPECT_EQ(p * QelVec4(2, 3, 4, 1), QelVec4(2, 3, 4, 4));
 }
 
+TEST(QelMatrix4, ProductFormsRoundAlike)
+{
+    // A host mixes the forms freely (a point through a chain, or the chain first), so they must
+    // agree to the bit: each column of a * b is a times that column, a point is a QelVec4 with w
+    // 1, and Translate is the product with a translation matrix.
+    std::mt19937 rng(7);
+    std::uniform_real_distribution<float> d(-10.0f, 10.0f);
+    for (int n = 0; n < 2000; ++n)
+    {
+        QelMatrix4 a(false), b(false);
+        for (int i = 0; i < 16; ++i)
+            a.m_fM[i] = d(rng), b.m_fM[i] = d(rng);
+        a.SetMathematicallySound(true);
+        const QelMatrix4 ab = a * b;
+        for (int c = 0; c < 4; ++c)
+        {
+            const QelVec4 col(b.m_fM[4 * c], b.m_fM[4 * c + 1], b.m_fM[4 * c + 2], b.m_fM[4 * c + 3]);
+            const QelVec4 r = a * col;
+            EXPECT_EQ(0, std::memcmp(&ab.m_fM[4 * c], &r.x, 16)) << n << ' ' << c;
+        }
+        a.SetMathematicallySound(false);
+        const QelVec3 v(d(rng), d(rng), d(rng));
+        const QelVec4 p = a * QelVec4(v.x, v.y, v.z, d(rng));
+        const QelVec3 q = a * v;
+        EXPECT_EQ(0, std::memcmp(&q.x, &p.x, 12)) << n;
+        QelMatrix4 t = a;
+        t.Translate(v);
+        QelMatrix4 tm;
+        tm.GetTranslation() = v;
+        const QelMatrix4 atm = a * tm;
+        EXPECT_EQ(0, std::memcmp(&t.m_fM[12], &atm.m_fM[12], 12)) << n;
+    }
+}
+
 TEST(QelMatrix4, ScaleTranslateRotate)
 {
     const QelMatrix4 a = FromRows({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0, 0, 0, 1});
