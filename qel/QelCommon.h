@@ -9,6 +9,7 @@
 #include "qel/platform/QelGuid.h"
 #include "qel/platform/QelHandles.h"
 #include "qel/platform/QelRandom.h"
+#include "qel/platform/QelSimd.h"
 #include "qel/platform/QelString.h"
 #include "qel/platform/QelTimer.h"
 #include "qel/platform/QelTypes.h"

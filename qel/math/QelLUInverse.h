@@ -2,6 +2,8 @@
 
 // Internal to the library: the matrix inversion shared by QelMatrix3 and QelMatrix4.
 
+#include "qel/platform/QelSimd.h"
+
 #include <cfloat>
 #include <cmath>
 
@@ -121,7 +123,7 @@ bool QelLUInvert(float* pfM)
     return true;
 }
 
-#if defined(__SSE2__)
+#if QEL_SSE2
 #include <emmintrin.h>
 #include <stdint.h>
 

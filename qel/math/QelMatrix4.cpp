@@ -3,12 +3,13 @@
 #include "qel/framework/QelSysApp.h"
 #include "qel/math/QelLUInverse.h"
 #include "qel/math/QelMathInternal.h"
+#include "qel/platform/QelSimd.h"
 
 #include <sstream>
 
 bool QelMatrix4::Invert()
 {
-#if defined(__SSE2__)
+#if QEL_SSE2
     return QelLUInvert4(m_fM);
 #else
     return QelLUInvert<4>(m_fM);

@@ -4,11 +4,12 @@
 #include "qel/math/QelVec3.h"
 #include "qel/math/QelVec4.h"
 #include "qel/platform/QelExport.h"
+#include "qel/platform/QelSimd.h"
 
 #include <cmath>
 #include <cstring>
 #include <string>
-#if defined(__SSE2__)
+#if QEL_SSE2
 #include <emmintrin.h>
 #endif
 
@@ -201,7 +202,9 @@ public:
         QelMatrix4 r(NoInit{});
         for (int c = 0; c < 4; ++c)
         {
-            // One load per column of b, its elements spread in registers.
+            // One load per column of b, its elements spread in registers. The terms are added in
+            // pairs, as in every product form here (vectors, points, Translate, LookAt), so that
+            // they all round alike.
             const Lanes bc = b.Col(c);
             r.SetCol(c, (a0 * Splat<0>(bc) + a1 * Splat<1>(bc)) + (a2 * Splat<2>(bc) + a3 * Splat<3>(bc)));
         }
@@ -247,7 +250,7 @@ private:
     };
     /// One column as four lanes. With GCC and Clang a vector type, so that column arithmetic
     /// becomes packed SSE operations in callers' loops; plain floats elsewhere.
-#if defined(__GNUC__)
+#if QEL_VECTOR_TYPES
     typedef float Lanes __attribute__((vector_size(16)));
 #else
     struct Lanes
@@ -256,6 +259,7 @@ private:
         float& operator[](int i) { return v[i]; }
         float operator[](int i) const { return v[i]; }
         Lanes operator*(float s) const { return Lanes{{v[0] * s, v[1] * s, v[2] * s, v[3] * s}}; }
+        Lanes operator*(const Lanes& o) const { return Lanes{{v[0] * o.v[0], v[1] * o.v[1], v[2] * o.v[2], v[3] * o.v[3]}}; }
         Lanes operator+(const Lanes& o) const { return Lanes{{v[0] + o.v[0], v[1] + o.v[1], v[2] + o.v[2], v[3] + o.v[3]}}; }
         Lanes operator-(const Lanes& o) const { return Lanes{{v[0] - o.v[0], v[1] - o.v[1], v[2] - o.v[2], v[3] - o.v[3]}}; }
     };
@@ -270,7 +274,7 @@ private:
     /// x, y, z of l and +0 for w.
     static Lanes ClearW(const Lanes& l)
     {
-#if defined(__SSE2__)
+#if QEL_SSE2
         return _mm_and_ps(l, _mm_castsi128_ps(_mm_set_epi32(0, -1, -1, -1)));
 #else
         Lanes r = l;
@@ -281,7 +285,7 @@ private:
     /// x, y, z of l and 1 for w.
     static Lanes OneW(const Lanes& l)
     {
-#if defined(__SSE2__)
+#if QEL_SSE2
         return _mm_or_ps(ClearW(l), _mm_set_ps(1.0f, 0.0f, 0.0f, 0.0f));
 #else
         Lanes r = l;
@@ -291,13 +295,13 @@ private:
     }
     Lanes Col(int c) const { return Load(m_fM + 4 * c); }
     void SetCol(int c, const Lanes& l) { Store(m_fM + 4 * c, l); }
-#if defined(__GNUC__)
+#if QEL_VECTOR_TYPES
     /// Lane I in all four lanes. On x86 through the integer shuffle, which unlike the float one
     /// does not overwrite its source, so no register copy goes with each of them.
     template <int I>
     static Lanes Splat(const Lanes& l)
     {
-#if defined(__SSE2__)
+#if QEL_SSE2
         return (Lanes)_mm_shuffle_epi32((__m128i)l, _MM_SHUFFLE(I, I, I, I));
 #else
         return __builtin_shufflevector(l, l, I, I, I, I);
@@ -306,7 +310,7 @@ private:
     /// x, y, z of o and w of v: two shuffles, as SSE2 has no blend.
     static Lanes WithW(const Lanes& o, const Lanes& v)
     {
-#if defined(__SSE2__)
+#if QEL_SSE2
         return _mm_shuffle_ps(o, _mm_unpackhi_ps(o, v), _MM_SHUFFLE(3, 0, 1, 0));
 #else
         return __builtin_shufflevector(o, v, 0, 1, 2, 7);

@@ -2,10 +2,11 @@
 
 #include "qel/math/QelVec2.h"
 #include "qel/platform/QelExport.h"
+#include "qel/platform/QelSimd.h"
 
 #include <cmath>
 #include <string>
-#if defined(__SSE2__)
+#if QEL_SSE2
 #include <emmintrin.h>
 #endif
 
@@ -112,7 +113,7 @@ private:
     /// squares never is, to every normalisation.
     static float SquareRoot(float f)
     {
-#if defined(__SSE2__)
+#if QEL_SSE2
         return _mm_cvtss_f32(_mm_sqrt_ss(_mm_set1_ps(f)));
 #else
         return std::sqrt(f);

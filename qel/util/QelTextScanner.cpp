@@ -1,6 +1,7 @@
 #include "qel/util/QelTextScanner.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/platform/QelSimd.h"
 
 #include <cerrno>
 #include <climits>
@@ -8,7 +9,7 @@
 #include <new>
 #include <typeinfo>
 
-#if defined(__SSE2__)
+#if QEL_SSE2
 #  include <emmintrin.h>
 #endif
 
@@ -55,7 +56,7 @@ inline char* AllocLine(size_t nCapacity, size_t nSlack)
     return new (std::nothrow) char[nCapacity + nSlack]();
 }
 
-#if defined(__SSE2__)
+#if QEL_SSE2
 inline int CountTrailingZeros(unsigned nMask)
 {
 #  if defined(__GNUC__)
@@ -77,7 +78,7 @@ inline int CountTrailingZeros(unsigned nMask)
 inline size_t FindLineEnd(const char* p, const char* pEnd, const unsigned char* pClass)
 {
     const char* pStart = p;
-#if defined(__SSE2__)
+#if QEL_SSE2
     const __m128i vZero = _mm_setzero_si128(), vLF = _mm_set1_epi8('\n'), vCR = _mm_set1_epi8('\r');
     while (p < pEnd)
     {
@@ -106,7 +107,7 @@ inline size_t FindLineEnd(const char* p, const char* pEnd, const unsigned char* 
 inline int FindWordEnd(const char* p, bool bSpace, bool bComma, const unsigned char* pStop)
 {
     int n = 0;
-#if defined(__SSE2__)
+#if QEL_SSE2
     const __m128i vZero = _mm_setzero_si128(), vTab = _mm_set1_epi8('\t'), vLF = _mm_set1_epi8('\n'),
                   vCR = _mm_set1_epi8('\r'), vSpace = _mm_set1_epi8(bSpace ? ' ' : '\0'),
                   vComma = _mm_set1_epi8(bComma ? ',' : '\0');
@@ -171,7 +172,7 @@ inline bool IntWord(const char* pWord, int nLength)
     return true;
 }
 
-#if defined(__SSE2__)
+#if QEL_SSE2
 /// Tables of the word classification: a word's type follows from the class of its first
 /// character, its length and whether the rest is all decimal or all hexadecimal digits.
 struct TypeTables
@@ -238,7 +239,7 @@ constexpr TypeTables s_typeTables;
 inline QelDataType Classify(const char* pWord, int nLength, bool bIntsAsFloats)
 {
     const char c = pWord[0];
-#if defined(__SSE2__)
+#if QEL_SSE2
     if (nLength <= 16)
     {
         // One mask per character class over the whole word instead of a loop per character, and
@@ -271,7 +272,7 @@ inline QelDataType Classify(const char* pWord, int nLength, bool bIntsAsFloats)
     return IntWord(pWord, nLength) ? eDataInteger : eDataReal;
 }
 
-#if defined(__SSE2__)
+#if QEL_SSE2
 /// Bit masks of the 16 bytes at p within a line: delimiters (tab, and the blank when it
 /// delimits; a line holds no line feed or carriage return), commas (when they delimit) and NULs.
 inline void WindowMasks(const char* p, bool bSpace, bool bComma, unsigned& nDelimiters, unsigned& nCommas,
@@ -663,7 +664,7 @@ const char* QelTextScanner::NextLine()
     m_bLineBlank = true;
     m_pLinePos = nullptr;
     const unsigned char* pClass = s_lineClasses.a;
-#if defined(__SSE2__)
+#if QEL_SSE2
     if (m_pBlock && m_pLineBuffer)
     {
         // Mostly the whole line lies in the current block and fits the line buffer: it is copied
@@ -842,7 +843,7 @@ void QelTextScanner::ReadQuoteDelimitedString()
     m_pLinePos = const_cast<char*>(p);
 }
 
-#if defined(__SSE2__)
+#if QEL_SSE2
 inline const char* QelTextScanner::LineWord(QelDataType& eType, bool bClassify)
 {
     // The default delimiters and no quoted strings: the common case, kept short and without
@@ -885,7 +886,7 @@ inline const char* QelTextScanner::LineWord(QelDataType& eType, bool bClassify)
 
 const char* QelTextScanner::NextWord(QelDataType& eType, bool bAcrossLines, bool bClassify)
 {
-#if defined(__SSE2__)
+#if QEL_SSE2
     // The next line is read by another function, so that this common path calls none and needs no
     // frame of its own.
     const char* pPos = m_pLinePos;
@@ -905,7 +906,7 @@ const char* QelTextScanner::WordOfNextLine(QelDataType& eType, bool bAcrossLines
         // so that null means the end of the file.
         bClassify = true;
     }
-#if defined(__SSE2__)
+#if QEL_SSE2
     if (m_nUseTable == 1 && !m_bQuotesDelimitStrings)
         return LineWord(eType, bClassify);
 #endif
