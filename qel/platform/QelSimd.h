@@ -2,7 +2,7 @@
 
 // Which instruction-set paths the library's hot code takes. Defining QEL_NO_SIMD forces the
 // portable C++ paths, the ones a compiler without SSE2 macros or GCC's vector types builds; the
-// test build compiles the library that way as well, so that those paths keep compiling.
+// test build compiles the sources that have such paths that way as well, so that they keep compiling.
 
 #if defined(__SSE2__) && !defined(QEL_NO_SIMD)
 #  define QEL_SSE2 1
