@@ -6,10 +6,9 @@
 #include "qel/math/QelVec3.h"
 #include "qel/math/QelVec4.h"
 
-#include "tests/support/QelOffscreenGL.h"
+#include "qel/platform/QelOffscreenContext.h"
 
 #include <GL/glew.h>
-#include <zlib.h>
 
 #include <cmath>
 #include <cstdio>
@@ -20,56 +19,6 @@
 namespace
 {
 const int kSize = 256;
-
-void PutBigEndian(std::vector<unsigned char>& vOut, uint32_t n)
-{
-    for (int nShift = 24; nShift >= 0; nShift -= 8)
-        vOut.push_back(static_cast<unsigned char>(n >> nShift));
-}
-
-void PutChunk(std::vector<unsigned char>& vOut, const char* pType, const std::vector<unsigned char>& vData)
-{
-    PutBigEndian(vOut, static_cast<uint32_t>(vData.size()));
-    size_t nStart = vOut.size();
-    vOut.insert(vOut.end(), pType, pType + 4);
-    vOut.insert(vOut.end(), vData.begin(), vData.end());
-    uLong nCrc = crc32(0L, vOut.data() + nStart, static_cast<uInt>(vOut.size() - nStart));
-    PutBigEndian(vOut, static_cast<uint32_t>(nCrc));
-}
-
-/// Writes 8-bit RGBA pixels, given bottom row first as OpenGL reads them, as a PNG file.
-bool WritePng(const std::string& strPath, int nWidth, int nHeight, const std::vector<unsigned char>& vRgba)
-{
-    // Each PNG row starts with its filter byte (0: none) and rows run top to bottom.
-    std::vector<unsigned char> vRaw;
-    vRaw.reserve(size_t(nHeight) * (size_t(nWidth) * 4 + 1));
-    for (int y = nHeight - 1; y >= 0; --y)
-    {
-        vRaw.push_back(0);
-        const unsigned char* pRow = vRgba.data() + size_t(y) * size_t(nWidth) * 4;
-        vRaw.insert(vRaw.end(), pRow, pRow + size_t(nWidth) * 4);
-    }
-    uLongf nPacked = compressBound(static_cast<uLong>(vRaw.size()));
-    std::vector<unsigned char> vPacked(nPacked);
-    if (compress2(vPacked.data(), &nPacked, vRaw.data(), static_cast<uLong>(vRaw.size()), 9) != Z_OK)
-        return false;
-    vPacked.resize(nPacked);
-
-    std::vector<unsigned char> vFile = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    std::vector<unsigned char> vHeader;
-    PutBigEndian(vHeader, static_cast<uint32_t>(nWidth));
-    PutBigEndian(vHeader, static_cast<uint32_t>(nHeight));
-    vHeader.insert(vHeader.end(), {8, 6, 0, 0, 0}); // 8 bits, RGBA, deflate, adaptive filters, no interlace
-    PutChunk(vFile, "IHDR", vHeader);
-    PutChunk(vFile, "IDAT", vPacked);
-    PutChunk(vFile, "IEND", {});
-
-    FILE* pFile = std::fopen(strPath.c_str(), "wb");
-    if (!pFile)
-        return false;
-    bool bOk = std::fwrite(vFile.data(), 1, vFile.size(), pFile) == vFile.size();
-    return std::fclose(pFile) == 0 && bOk;
-}
 
 /// A flat colored square of side 1 about its origin, with a white tab on its local +X edge so
 /// that its orientation shows in the picture.
@@ -135,7 +84,7 @@ private:
 void Run(QelDemoApp&)
 {
     std::string strWhy;
-    if (!QelOffscreenGL::MakeCurrent(&strWhy, kSize, kSize))
+    if (!QelOffscreenContext::MakeCurrent(kSize, kSize, &strWhy))
     {
         std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
         return;
@@ -174,16 +123,11 @@ void Run(QelDemoApp&)
 
     view.Draw();
     glFinish();
-    std::vector<unsigned char> vPixels(size_t(kSize) * kSize * 4);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, kSize, kSize, GL_RGBA, GL_UNSIGNED_BYTE, vPixels.data());
     std::printf("  drawn; needs a redraw now: %s\n", view.NeedsRedraw() ? "yes" : "no");
 
     std::string strPath = QelDemoOutputDir() + "/display-scene.png";
-    if (WritePng(strPath, kSize, kSize, vPixels))
+    if (QelOffscreenContext::SavePng(strPath))
         std::printf("  frame written to %s\n", strPath.c_str());
-    else
-        std::printf("  could not write %s\n", strPath.c_str());
 
     // Remove the links in a defined order before the stack objects go away.
     QelDisplaySystem::SetCurrentViewportInfo(0, 0, 0, 0, 0, 0);

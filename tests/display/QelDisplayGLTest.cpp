@@ -1,7 +1,7 @@
 #include "qel/display/QelDisplayObject.h"
 #include "qel/display/QelDisplaySystem.h"
 #include "qel/properties/QelProperty.h"
-#include "tests/support/QelOffscreenGL.h"
+#include "tests/support/QelGLTest.h"
 #include "tests/support/QelTestApp.h"
 
 #include <GL/glew.h>
@@ -50,7 +50,7 @@ public:
 /// Clears the whole target to opaque black; both matrices are the identity, so the pixel grid spans clip space.
 void BeginFrame()
 {
-    glViewport(0, 0, QelOffscreenGL::Width(), QelOffscreenGL::Height());
+    glViewport(0, 0, QelOffscreenContext::Width(), QelOffscreenContext::Height());
     glClearColor(0, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
 }
@@ -58,9 +58,9 @@ void BeginFrame()
 /// Compares the pixels under points of clip space with the colors expected there.
 void ExpectPixels(std::initializer_list<std::tuple<float, float, unsigned int>> probes)
 {
-    const float w = float(QelOffscreenGL::Width()), h = float(QelOffscreenGL::Height());
+    const float w = float(QelOffscreenContext::Width()), h = float(QelOffscreenContext::Height());
     for (const auto& [x, y, nColor] : probes)
-        EXPECT_EQ(QelOffscreenGL::ReadPixel(int((x + 1) * 0.5f * w), int((y + 1) * 0.5f * h)), nColor)
+        EXPECT_EQ(QelOffscreenContext::ReadPixel(int((x + 1) * 0.5f * w), int((y + 1) * 0.5f * h)), nColor)
             << "at " << x << ", " << y;
 }
 } // namespace
