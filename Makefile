@@ -13,7 +13,7 @@ else
   CONFIG_ARGS :=
 endif
 
-.PHONY: setup configure build demo test bench install clean
+.PHONY: setup configure build demo test bench docs install clean
 
 setup:
 	@bash scripts/setup.sh
@@ -35,6 +35,13 @@ bench: setup
 	@cmake -S . -B build-bench $(GENERATOR) -DCMAKE_BUILD_TYPE=Release -DQEL_BUILD_TESTS=OFF -DQEL_BUILD_FUZZERS=OFF >/dev/null
 	@cmake --build build-bench -j $(JOBS)
 	@cmake --build build-bench --target run-benchmarks
+
+# The reference of the public headers, in the build tree; the count of undocumented or badly
+# documented items is printed and listed in warnings.log.
+docs: setup
+	@mkdir -p $(BUILD)/docs
+	@QEL_DOCS_OUTPUT=$(abspath $(BUILD))/docs doxygen docs/Doxyfile
+	@echo "docs: $(BUILD)/docs/html/index.html, $$(grep -c 'warning:' $(BUILD)/docs/warnings.log || true) warnings (see $(BUILD)/docs/warnings.log)"
 
 install: build
 	@cmake --install $(BUILD) --prefix $(PREFIX)

@@ -10,6 +10,7 @@ PACKAGES=(
   libdevil-dev lib3ds-dev uuid-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libglm-dev libmuparser-dev
+  libglfw3-dev libimgui-dev xvfb xauth doxygen
 )
 
 missing=()
