@@ -215,11 +215,9 @@ void ViewerPanels::DrawProperty(QelPropertyContainer& cContainer, QelProperty& c
 {
     ImGui::PushID(&cProperty);
     SPropertyUi& cUi = m_mapUi[QelGuidToString(cContainer.GetGuid()) + "/" + cProperty.GetName()];
-    if (!cUi.m_bLoaded)
-    {
+    // The field follows the property (an undo may change it) except while the user types in it.
+    if (!cUi.m_bEditing)
         cProperty.GetExpression(cUi.m_strExpression);
-        cUi.m_bLoaded = true;
-    }
     // The small arrow opens the expression and history row of this property.
     if (ImGui::ArrowButton("more", cUi.m_bOpen || cProperty.HasExpression() ? ImGuiDir_Down : ImGuiDir_Right))
         cUi.m_bOpen = !cUi.m_bOpen;
@@ -338,6 +336,7 @@ void ViewerPanels::DrawExtras(QelProperty& cProperty, SPropertyUi& cUi)
     ImGui::Indent();
     if (ImGui::InputText("= expression", &cUi.m_strExpression, ImGuiInputTextFlags_EnterReturnsTrue))
         cUi.m_strError = ViewerEdit::SetExpression(cProperty, cUi.m_strExpression);
+    cUi.m_bEditing = ImGui::IsItemActive();
     if (!cUi.m_strError.empty())
     {
         ImGui::PushStyleColor(ImGuiCol_Text, kErrorColor);

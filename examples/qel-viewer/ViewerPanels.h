@@ -25,7 +25,7 @@ private:
         std::string m_strExpression;
         std::string m_strError;
         bool m_bOpen = false;
-        bool m_bLoaded = false;
+        bool m_bEditing = false;
     };
 
     void DrawMenu(ViewerSession& cSession, bool& bQuit);

@@ -333,6 +333,15 @@ void ViewerWindow::OnKey(GLFWwindow* pWindow, int nKey, int, int nAction, int nM
     pSelf->FillModifiers(nMods, cKey.m_bShift, cKey.m_bControl, cKey.m_bAlt);
     if (cKey.m_nKey == 0)
         return;
+    // Undo and redo are the window's; every other key is the view's.
+    if (nAction != GLFW_RELEASE && cKey.m_bControl && (cKey.m_nKey == 'Z' || cKey.m_nKey == 'Y'))
+    {
+        if (cKey.m_nKey == 'Y' || cKey.m_bShift)
+            pSelf->App().Redo();
+        else
+            pSelf->App().Undo();
+        return;
+    }
     if (nAction == GLFW_RELEASE)
         pSelf->View().KeyReleased(cKey);
     else

@@ -9,7 +9,8 @@ struct GLFWwindow;
 
 /// The viewer's window: GLFW for the window and its input, Dear ImGui for the panels, the library's
 /// display system for the 3D view. Input over the view goes to the view's hooks as the library's
-/// mouse and key records; input over a panel stays with the panel.
+/// mouse and key records; input over a panel stays with the panel. Ctrl+Z and Ctrl+Y (or
+/// Ctrl+Shift+Z) undo and redo.
 class ViewerWindow : public ViewerSession
 {
 public:
