@@ -41,7 +41,7 @@ bench: setup
 docs: setup
 	@mkdir -p $(BUILD)/docs
 	@QEL_DOCS_OUTPUT=$(abspath $(BUILD))/docs doxygen docs/Doxyfile
-	@echo "docs: $(BUILD)/docs/html/index.html, $$(grep -c 'warning:' $(BUILD)/docs/warnings.log || true) warnings (see $(BUILD)/docs/warnings.log)"
+	@echo "docs: $(BUILD)/docs/html/index.html, $$(sort -u $(BUILD)/docs/warnings.log | grep -c 'warning:' || true) warnings (see $(BUILD)/docs/warnings.log)"
 
 install: build
 	@cmake --install $(BUILD) --prefix $(PREFIX)
