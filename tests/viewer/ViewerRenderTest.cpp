@@ -84,4 +84,42 @@ TEST(ViewerCamera, PresetsAndMovesKeepTheCameraUsable)
     EXPECT_EQ(ePreset, ViewerCamera::ePresetIso);
     EXPECT_FALSE(ViewerCamera::PresetFromName("ISO", ePreset));
 }
+TEST(ViewerView, InputThroughTheHooksMovesTheCamera)
+{
+    ViewerSession cSession(ViewerTestApp());
+    ViewerView& cView = cSession.View();
+    cSession.AddShape("Box01");
+    cView.WindowResized(400, 300);
+    ViewerCamera& cCamera = cView.Camera();
+    cView.KeyPressed(QelKeyState{'1', 0, 1, false, false, false}); // front
+    cView.KeyPressed(QelKeyState{'F', 0, 1, false, false, false}); // fit the selection
+    QelVec3 vFront = cCamera.GetEye();
+    EXPECT_NEAR(vFront.x, 0.0f, 1e-4f);
+
+    QelMouseState cMouse;
+    cMouse.m_nButtons = QelMouseState::eButtonLeft;
+    cMouse.m_eButton = QelMouseState::eButtonLeft;
+    bool bHandled = false;
+    // Motion without a press first is not a drag.
+    EXPECT_FALSE(cView.MouseMotion(cMouse, QelVec2(50.0f, 0.0f), bHandled));
+    cView.MouseButtonPress(cMouse);
+    EXPECT_TRUE(cView.MouseMotion(cMouse, QelVec2(50.0f, 0.0f), bHandled));
+    EXPECT_TRUE(bHandled);
+    EXPECT_GT(std::fabs(cCamera.GetEye().x), 0.1f); // tumbled about the target
+    cMouse.m_bShift = true;
+    QelVec3 vTarget = cCamera.GetTarget();
+    cView.MouseMotion(cMouse, QelVec2(0.0f, 40.0f), bHandled);
+    EXPECT_NE(cCamera.GetTarget(), vTarget); // shift + drag pans
+    cMouse.m_nButtons = 0;
+    cView.MouseButtonRelease(cMouse);
+    EXPECT_FALSE(cView.MouseMotion(cMouse, QelVec2(5.0f, 5.0f), bHandled));
+
+    float fDistance = cCamera.GetDistance();
+    cView.MouseWheelMotion(cMouse, 120);
+    EXPECT_LT(cCamera.GetDistance(), fDistance);
+    fDistance = cCamera.GetDistance();
+    cView.CharacterPressed(QelKeyState{0, '-', 1, false, false, false});
+    EXPECT_GT(cCamera.GetDistance(), fDistance);
+    EXPECT_TRUE(cView.NeedsRedraw());
+}
 } // namespace
