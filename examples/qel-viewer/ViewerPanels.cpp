@@ -11,6 +11,7 @@
 #include "qel/properties/QelInterpColorProperty.h"
 #include "qel/properties/QelProperty.h"
 #include "qel/properties/QelPropertyContainer.h"
+#include "qel/properties/QelVariant.h"
 
 #include <imgui.h>
 #include <imgui_stdlib.h>
@@ -174,8 +175,16 @@ void ViewerPanels::DrawScenePanel(ViewerSession& cSession, int nHeight)
         ImGui::PushID(pObject);
         if (ImGui::Selectable(pObject->GetName().c_str(), pObject->IsSelected()))
             cSession.Scene().Select(pObject, ImGui::GetIO().KeyCtrl);
+        // The right-click menu: the object's own commands, then Delete.
         if (ImGui::BeginPopupContextItem())
         {
+            for (const std::string& strCommand : pObject->GetCustomCommands())
+                if (ImGui::MenuItem(strCommand.c_str()))
+                {
+                    std::vector<QelVariant> vArguments;
+                    pObject->CustomCommand(strCommand, vArguments);
+                    cSession.View().Redraw();
+                }
             if (ImGui::MenuItem("Delete"))
                 pDelete = pObject;
             ImGui::EndPopup();

@@ -5,7 +5,9 @@
 #include "ViewerPropertyValues.h"
 #include "ViewerSession.h"
 
+#include "qel/display/QelDisplayObject.h"
 #include "qel/properties/QelProperty.h"
+#include "qel/properties/QelVariant.h"
 #include "qel/properties/QelPropertyContainer.h"
 
 #include <fstream>
@@ -94,6 +96,14 @@ const std::map<std::string, SCommand>& Commands()
              if (!c.m_cSession.EditTarget()->IsPropertyButton(pProperty))
                  return c.Fail("\"" + c.m_vWords[1] + "\" is not a button");
              return ViewerEdit::PressButton(*pProperty);
+         }}},
+        {"command", {2, 2, "command NAME", [](SCall& c) {
+             QelDisplayObject* pObject = c.m_cSession.Scene().GetSelection();
+             if (!pObject)
+                 return c.Fail("no object is selected");
+             std::vector<QelVariant> vArguments;
+             return pObject->CustomCommand(c.m_vWords[1], vArguments) ||
+                    c.Fail(pObject->GetName() + " has no command \"" + c.m_vWords[1] + "\"");
          }}},
         {"view", {2, 2, "view front|back|left|right|top|bottom|iso", [](SCall& c) {
              ViewerCamera::EPreset ePreset;

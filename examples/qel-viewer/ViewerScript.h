@@ -12,10 +12,11 @@ class ViewerSession;
 ///     set PROPERTY VALUE      expression PROPERTY TEXT                      press PROPERTY
 ///     view front|back|left|right|top|bottom|iso       zoom in|out|extents|selected|reset
 ///     size WIDTH HEIGHT       frames N                screenshot FILE       save FILE
-///     undo                    redo
+///     undo                    redo                    command NAME
 ///
 /// set, expression and press act on the selected object (the view when nothing is selected) and
-/// edit through the property panel's path. A script stops at the first command that fails.
+/// edit through the property panel's path; command runs one of the selected object's custom
+/// commands, as its popup menu does. A script stops at the first command that fails.
 namespace ViewerScript
 {
 /// Splits a line into words; a double-quoted word may hold blanks and \" for a quote. False when

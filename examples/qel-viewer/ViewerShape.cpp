@@ -54,6 +54,21 @@ QelPackedColor ViewerShape::GetDrawColor()
     return m_pUseTint->GetAsBool() ? m_pTint->GetAsColor() : m_pColor->GetAsColor();
 }
 
+const std::vector<std::string>& ViewerShape::GetCustomCommands() const
+{
+    static const std::vector<std::string> kCommands = {"Move to origin"};
+    return kCommands;
+}
+
+bool ViewerShape::CustomCommand(const std::string& strName, std::vector<QelVariant>& vecArguments)
+{
+    if (strName != GetCustomCommands()[0])
+        return QelDisplayObject::CustomCommand(strName, vecArguments);
+    AddToUndoBuffer(strName);
+    SetTranslation(QelVec3(0.0f, 0.0f, 0.0f));
+    return true;
+}
+
 bool ViewerShape::IsPropertyButton(QelProperty* pProperty) const
 {
     return pProperty == m_pResetMaterial || QelDisplayObject::IsPropertyButton(pProperty);

@@ -4,6 +4,7 @@
 #include "qel/platform/QelTypes.h"
 
 #include <string>
+#include <vector>
 
 class QelInterpColorProperty;
 class QelProperty;
@@ -33,6 +34,10 @@ public:
 
     /// The color the shape is drawn in: the tint when "Material:Use tint" is on, else "Material:Color".
     QelPackedColor GetDrawColor();
+
+    /// "Move to origin", offered in the scene list's popup menu and to scripts.
+    const std::vector<std::string>& GetCustomCommands() const override;
+    bool CustomCommand(const std::string& strName, std::vector<QelVariant>& vecArguments) override;
 
     bool IsPropertyButton(QelProperty* pProperty) const override;
     void ButtonPressed(QelProperty* pProperty) override;

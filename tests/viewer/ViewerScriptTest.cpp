@@ -62,6 +62,20 @@ TEST(ViewerScript, CommandsEditThroughThePanelsPath)
     EXPECT_FALSE(ViewerTestApp().CanUndo());
 }
 
+TEST(ViewerScript, CustomCommandsRunAndUndo)
+{
+    ViewerSession cSession(ViewerTestApp());
+    ViewerTestApp().ClearUndo();
+    ASSERT_TRUE(ViewerScript::Run(cSession, "add shape A\nset Transform:Translation:X 3\ncommand \"Move to origin\"\n",
+                                  "t"));
+    QelDisplayObject* pA = cSession.Scene().FindByName("A");
+    ASSERT_NE(pA, nullptr);
+    EXPECT_EQ(pA->GetTranslation(), QelVec3(0.0f, 0.0f, 0.0f));
+    EXPECT_EQ(ViewerTestApp().NextUndo(), "Move to origin");
+    ASSERT_TRUE(ViewerTestApp().Undo());
+    EXPECT_EQ(pA->GetTranslation(), QelVec3(3.0f, 0.0f, 0.0f));
+}
+
 TEST(ViewerScript, TheFirstFailingCommandStopsTheScriptWithItsReason)
 {
     struct SRow
@@ -82,6 +96,8 @@ TEST(ViewerScript, TheFirstFailingCommandStopsTheScriptWithItsReason)
         {"frames 0", "Script t line 1: the count is not a whole number from 1 to 100000"},
         {"size 10 -1", "Script t line 1: the size is not two whole numbers from 0"},
         {"undo", "Script t line 1: nothing to undo"},
+        {"command Spin", "Script t line 1: no object is selected"},
+        {"add shape A\ncommand Spin", "Script t line 2: A has no command \"Spin\""},
         {"set Notes \"x", "Script t line 1: a quote is not closed"},
     };
     for (const SRow& cRow : kRows)
