@@ -97,7 +97,8 @@ bool ViewerWindow::Create(int nWidth, int nHeight)
     glfwMakeContextCurrent(m_pWindow);
     glfwSwapInterval(1);
     GLenum nGlew = glewInit();
-    // GLEW reports a missing GLX display even when GL works through it; only a missing GL is fatal.
+    // glewInit also checks the window-system layer it was built for, which can fail where the GL
+    // entry points load fine; only a context without GL is fatal.
     if (nGlew != GLEW_OK && !glGetString(GL_VERSION))
     {
         App().PrintToConsole("<error> OpenGL entry points could not be loaded (GLEW error %u)\n", unsigned(nGlew));
