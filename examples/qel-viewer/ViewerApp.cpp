@@ -160,6 +160,12 @@ bool ViewerApp::Swap(std::vector<SUndoEntry>& vFrom, std::vector<SUndoEntry>& vT
     return bOk;
 }
 
+void ViewerApp::EndContinuousRun()
+{
+    if (!m_vUndo.empty())
+        m_vUndo.back().m_bContinuous = false;
+}
+
 bool ViewerApp::Undo() { return Swap(m_vUndo, m_vRedo); }
 
 bool ViewerApp::Redo() { return Swap(m_vRedo, m_vUndo); }

@@ -66,6 +66,8 @@ public:
     /// Records the icon's state before an edit. A continuous entry for the same icon and
     /// description as the last one is folded into it, so a dragged slider is one step.
     void AddToUndoBuffer(QelSandboxIcon* pIcon, const std::string& strDescription, bool bContinuous) override;
+    /// Ends a run of continuous edits (the user let go of a slider), so the next edit is a step of its own.
+    void EndContinuousRun();
     bool CanUndo() const { return !m_vUndo.empty(); }
     bool CanRedo() const { return !m_vRedo.empty(); }
     /// Descriptions of the next steps, empty when there is none.

@@ -69,6 +69,9 @@ void ViewerPanels::Draw(ViewerSession& cSession, int nFrameWidth, int nFrameHeig
     ImGui::End();
 
     DrawLog(cSession, nFrameWidth, nFrameHeight);
+    // Sliders and color pickers record one undo step per drag: the drag ends when no widget is held.
+    if (!ImGui::IsAnyItemActive())
+        cSession.App().EndContinuousRun();
 }
 
 void ViewerPanels::DrawMenu(ViewerSession& cSession, bool& bQuit)

@@ -189,6 +189,21 @@ TEST_F(ViewerEditTest, EditsUndoAndRedoThroughTheApplicationObject)
     EXPECT_FALSE(cApp.CanRedo());
 }
 
+TEST_F(ViewerEditTest, LettingGoEndsADragSoTheNextIsAStepOfItsOwn)
+{
+    ViewerApp& cApp = ViewerTestApp();
+    cApp.ClearUndo();
+    ViewerEdit::SetReal(Prop("Shape:Size"), 2.0, true);
+    ViewerEdit::SetReal(Prop("Shape:Size"), 3.0, true);
+    cApp.EndContinuousRun();
+    ViewerEdit::SetReal(Prop("Shape:Size"), 4.0, true);
+    ASSERT_TRUE(cApp.Undo());
+    EXPECT_DOUBLE_EQ(Prop("Shape:Size").GetAsDouble(), 3.0);
+    ASSERT_TRUE(cApp.Undo());
+    EXPECT_DOUBLE_EQ(Prop("Shape:Size").GetAsDouble(), 1.0);
+    EXPECT_FALSE(cApp.CanUndo());
+}
+
 TEST_F(ViewerEditTest, ExpressionsReportTheCompilersMessageAndUndo)
 {
     ViewerApp& cApp = ViewerTestApp();
