@@ -4,12 +4,10 @@
 
 // platform
 #include "qel/platform/QelAutomationVariant.h"
-#include "qel/platform/QelExecutableMemory.h"
 #include "qel/platform/QelExport.h"
 #include "qel/platform/QelGuid.h"
 #include "qel/platform/QelHandles.h"
 #include "qel/platform/QelRandom.h"
-#include "qel/platform/QelSimd.h"
 #include "qel/platform/QelString.h"
 #include "qel/platform/QelTimer.h"
 #include "qel/platform/QelTypes.h"

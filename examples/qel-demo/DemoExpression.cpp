@@ -2,7 +2,7 @@
 
 #include "qel/expression/QelExpression.h"
 #include "qel/properties/QelProperty.h"
-#include "qel/platform/QelExecutableMemory.h"
+#include "qel/platform/detail/QelExecutableMemory.h"
 #include "qel/platform/QelTimer.h"
 #include "qel/properties/QelPropertyContainer.h"
 

@@ -1,9 +1,9 @@
 #include "qel/math/QelMatrix4.h"
 
 #include "qel/framework/QelSysApp.h"
-#include "qel/math/QelLUInverse.h"
-#include "qel/math/QelMathInternal.h"
-#include "qel/platform/QelSimd.h"
+#include "qel/math/detail/QelLUInverse.h"
+#include "qel/math/detail/QelMathInternal.h"
+#include "qel/platform/detail/QelSimd.h"
 
 #include <sstream>
 

@@ -3,7 +3,7 @@
 #include "qel/framework/QelSysApp.h"
 #include "qel/properties/QelProperty.h"
 #include "qel/properties/QelPropertyContainer.h"
-#include "qel/properties/QelPropertyHistoryDef.h"
+#include "qel/properties/detail/QelPropertyHistoryDef.h"
 
 #include <new>
 

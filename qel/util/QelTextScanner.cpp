@@ -1,7 +1,7 @@
 #include "qel/util/QelTextScanner.h"
 
 #include "qel/framework/QelSysApp.h"
-#include "qel/platform/QelSimd.h"
+#include "qel/platform/detail/QelSimd.h"
 
 #include <cerrno>
 #include <climits>

@@ -5,7 +5,7 @@
 #include "qel/expression/MTParser/MTParserRegistrar.h"
 #include "qel/expression/MTParser/MemVariableEvaluator.h"
 #include "qel/expression/MTParser/MemVariableFactory.h"
-#include "qel/platform/QelExecutableMemory.h"
+#include "qel/platform/detail/QelExecutableMemory.h"
 #include "qel/platform/QelRandom.h"
 #include "tests/support/QelTestApp.h"
 

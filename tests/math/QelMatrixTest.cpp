@@ -1,4 +1,4 @@
-#include "qel/math/QelLUInverse.h"
+#include "qel/math/detail/QelLUInverse.h"
 #include "qel/math/QelMatrix3.h"
 #include "qel/math/QelMatrix4.h"
 #include "tests/support/QelTestApp.h"

@@ -1,7 +1,7 @@
 #include "qel/expression/MTParser/MTParserProgram.h"
 
-#include "qel/expression/MTParser/MTParserExecute.h"
-#include "qel/expression/MTParser/MTParserNative.h"
+#include "qel/expression/MTParser/detail/MTParserExecute.h"
+#include "qel/expression/MTParser/detail/MTParserNative.h"
 #include "qel/platform/QelRandom.h"
 
 #include <cstring>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qel/platform/QelExecutableMemory.h"
+#include "qel/platform/detail/QelExecutableMemory.h"
 #include "qel/platform/QelExport.h"
 
 #include <cstddef>

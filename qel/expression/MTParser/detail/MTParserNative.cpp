@@ -1,6 +1,6 @@
-#include "qel/expression/MTParser/MTParserNative.h"
+#include "qel/expression/MTParser/detail/MTParserNative.h"
 
-#include "qel/expression/MTParser/MTParserExecute.h"
+#include "qel/expression/MTParser/detail/MTParserExecute.h"
 
 #include <cstdint>
 #include <cstring>
