@@ -1,8 +1,8 @@
 #include "QelDemo.h"
 
+#include "qel/expression/MTParser/MTParserProgram.h"
 #include "qel/expression/QelExpression.h"
 #include "qel/properties/QelProperty.h"
-#include "qel/platform/detail/QelExecutableMemory.h"
 #include "qel/platform/QelTimer.h"
 #include "qel/properties/QelPropertyContainer.h"
 
@@ -73,7 +73,7 @@ void Run(QelDemoApp&)
         fSum += cLength.Evaluate();
     }
     std::printf("  sqrt(x*x + y*y + z*z) evaluated 1,000,000 times in %.1f ms as %s; sum %.9g\n",
-                cTimer.GetElapsedSeconds() * 1e3, QelNativeCodeSupported() ? "native code" : "interpreted", fSum);
+                cTimer.GetElapsedSeconds() * 1e3, MTParserProgram::IsNativeCodeSupported() ? "native code" : "interpreted", fSum);
     QelExpression::DeleteAllPossibleGlobalVar();
 }
 

@@ -3,6 +3,7 @@
 #include "qel/expression/MTParser/detail/MTParserExecute.h"
 #include "qel/expression/MTParser/detail/MTParserNative.h"
 #include "qel/platform/QelRandom.h"
+#include "qel/platform/detail/QelExecutableMemory.h"
 
 #include <cstring>
 #include <limits>
@@ -94,6 +95,11 @@ int Arity(unsigned int nCode)
 } // namespace MTParserDetail
 
 MTParserProgram::MTParserProgram() : m_pResult(&m_fZero) {}
+
+bool MTParserProgram::IsNativeCodeSupported()
+{
+    return QelNativeCodeSupported();
+}
 
 MTParserProgram::~MTParserProgram()
 {
