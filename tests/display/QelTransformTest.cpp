@@ -7,6 +7,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <random>
 
 namespace
 {
@@ -182,6 +183,29 @@ TEST(QelTransform, SetTransformFromAMatrixAndBack)
     mEuler.Rotate(QelVec3(1, 0, 0), vEuler.x);
     mAxis.Rotate(t.GetRotation());
     ExpectMatrixNear(mEuler, mAxis);
+}
+
+TEST(QelTransform, HalfTurnsAboutRandomAxesSurviveSetTransform)
+{
+    QelTransform t;
+    t.AddTransformProperties(true, true, true);
+    std::mt19937 gen(8);
+    std::uniform_real_distribution<float> coord(-1.0f, 1.0f), offset(-0.001f, 0.001f);
+    int nChecked = 0;
+    while (nChecked < 500)
+    {
+        QelVec3 axis(coord(gen), coord(gen), coord(gen));
+        if (axis.Magnitude() < 0.1f)
+            continue;
+        axis.Normalize();
+        QelMatrix4 m(true);
+        m.Translate(1, 2, 3);
+        m.Rotate(QelVec4(axis.x, axis.y, axis.z, 180.0f + offset(gen)));
+        t.SetTransform(m);
+        SCOPED_TRACE(testing::Message() << "axis " << axis.String());
+        ExpectMatrixNear(Matrix(t), m);
+        ++nChecked;
+    }
 }
 
 TEST(QelTransform, CopiesOwnTheirPropertiesAndADeletedPropertyLeavesTheTable)
