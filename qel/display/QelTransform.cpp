@@ -344,11 +344,22 @@ void QelTransform::ButtonPressed(QelProperty* pProperty)
 
 void QelTransform::DeleteProperty(QelProperty* pProperty)
 {
+    ForgetTableEntry(pProperty);
+    QelPropertyContainer::DeleteProperty(pProperty);
+}
+
+void QelTransform::OnObjectDeletion(QelBase* pDeleted)
+{
+    ForgetTableEntry(pDeleted);
+    QelPropertyContainer::OnObjectDeletion(pDeleted);
+}
+
+void QelTransform::ForgetTableEntry(const QelBase* pProperty)
+{
     if (m_pTable)
         for (int i = 0; i < eTransformPropertyCount; ++i)
-            if (m_pTable[i] == pProperty)
+            if (m_pTable[i] && static_cast<const QelBase*>(m_pTable[i]) == pProperty)
                 m_pTable[i] = nullptr;
-    QelPropertyContainer::DeleteProperty(pProperty);
 }
 
 std::string QelTransform::GetPropertyDescription(const QelProperty* pProperty)

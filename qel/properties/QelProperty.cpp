@@ -125,6 +125,10 @@ void QelProperty::CopyStateFrom(const QelProperty& other)
 QelProperty::~QelProperty()
 {
     ReleaseExpression();
+    // Deleted by the host instead of through DeleteProperty: the container forgets it here, or its
+    // own destructor would free it a second time.
+    if (QelPropertyContainer* pContainer = GetContainer())
+        pContainer->ForgetDeletedProperty(this);
 }
 
 QelPropertyContainer* QelProperty::GetContainer() const

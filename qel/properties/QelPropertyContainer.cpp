@@ -197,6 +197,19 @@ void QelPropertyContainer::DestroyProperty(QelProperty* pProperty)
     delete pProperty;
 }
 
+void QelPropertyContainer::ForgetDeletedProperty(QelProperty* pProperty)
+{
+    if (!Owns(pProperty))
+        return;
+    m_mapProperties.erase(pProperty->GetName());
+    EraseValue(m_vecProperties, pProperty);
+    Unlink(pProperty);
+    // Derived containers (transforms) drop their own pointers to it through this hook.
+    OnObjectDeletion(pProperty);
+    if (!pProperty->IsDeleted())
+        pProperty->QelBase::OnDelete();
+}
+
 void QelPropertyContainer::DeleteAllProperties()
 {
     std::vector<QelProperty*> vecAll;

@@ -137,6 +137,10 @@ private:
     /// Unlinks, tells the holders, and frees one property already out of the map and list.
     void DestroyProperty(QelProperty* pProperty);
     bool Owns(const QelProperty* pProperty) const;
+    /// Called by the destructor of a property that is deleted directly while this container owns it:
+    /// takes it out of the map and list, drops the links to it and tells its holders.
+    void ForgetDeletedProperty(QelProperty* pProperty);
+    friend class QelProperty;
 
     std::map<std::string, QelProperty*> m_mapProperties;
     std::vector<QelProperty*> m_vecProperties;

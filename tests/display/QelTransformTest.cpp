@@ -223,6 +223,11 @@ TEST(QelTransform, CopiesOwnTheirPropertiesAndADeletedPropertyLeavesTheTable)
     EXPECT_FALSE(c.HasTranslation());
     c.SetTranslation(QelVec3(1, 1, 1)); // must not reach the deleted property
     ExpectNear(Matrix(c) * QelVec3(0, 0, 0), QelVec3(0, 0, 0));
+    // Deleted by the host directly: the table lets go just the same.
+    delete b.GetProperty("Transform:Rotation:Angle");
+    EXPECT_EQ(b.GetTransformProperty(QelTransform::eRotationAngle), nullptr);
+    b.SetRotation(QelVec4(0, 0, 1, 45));
+    ExpectNear(Matrix(b) * QelVec3(0, 0, 0), QelVec3(7, 7, 7));
 }
 
 TEST(QelNode, CullRadiusOfValidAndInvalidBoxesLookVectorsAndCopies)

@@ -1,3 +1,4 @@
+#include "qel/framework/QelBase.h"
 #include "qel/framework/QelObjectMessage.h"
 #include "qel/framework/QelSysApp.h"
 #include "tests/support/QelTestApp.h"
@@ -41,6 +42,29 @@ TEST(QelSysApp, TheFirstApplicationObjectStaysTheSingleton)
     }
     EXPECT_EQ(QelSysApp::m_pQelSysApp, &QelTestApp::Get());
     EXPECT_EQ(cap.Messages().size(), 2u);
+}
+
+// A host that destroys its application object and then lets a library object speak: the message
+// goes nowhere instead of through a dangling pointer (AddressSanitizer catches the latter).
+TEST(QelSysApp, DestroyingTheRegisteredApplicationObjectUnregistersIt)
+{
+    QelSysApp* pSaved = QelSysApp::m_pQelSysApp;
+    QelSysApp::m_pQelSysApp = nullptr;
+    auto* pApp = new QelTestApp;
+    EXPECT_EQ(QelSysApp::m_pQelSysApp, pApp);
+    delete pApp;
+    EXPECT_EQ(QelSysApp::m_pQelSysApp, nullptr);
+    QelBase object("x");
+    object.SetName("bad\tname");
+    EXPECT_EQ(object.GetName(), "bad_name");
+    // A later application object registers afresh.
+    {
+        QelTestApp again;
+        EXPECT_EQ(QelSysApp::m_pQelSysApp, &again);
+        object.SetName("bad\nname");
+        EXPECT_EQ(again.Messages().size(), 1u);
+    }
+    QelSysApp::m_pQelSysApp = pSaved;
 }
 
 TEST(QelSysApp, ObjectMessagesAreComposedExactly)
