@@ -1,5 +1,6 @@
 #include "qel/framework/QelBase.h"
 #include "qel/framework/QelObjectMessage.h"
+#include "qel/framework/QelSandboxIcon.h"
 #include "qel/framework/QelSysApp.h"
 #include "tests/support/QelTestApp.h"
 
@@ -81,6 +82,20 @@ TEST(QelSysApp, ObjectMessagesAreComposedExactly)
     // A percent sign in the name survives to a literal console.
     PrintError("50%s", "%s", "x%d");
     EXPECT_EQ(cap.Messages().back(), "<error>50%s - x%d<flush>");
+}
+
+// A console that formats what it is given: names full of directives come out as they are, both in
+// messages composed by objects and in framework messages that carry the name as an argument.
+TEST(QelSysApp, PercentSignsInNamesReachAFormattingConsoleAsData)
+{
+    QelCapture cap;
+    QelSandboxIcon icon;
+    icon.SetName("50%s %n %d");
+    icon.PrintError("value %s", "x%d%s");
+    ASSERT_EQ(cap.Messages().size(), 1u);
+    EXPECT_EQ(cap.Messages()[0], "<error>50%s %n %d - value x%d%s<flush>");
+    icon.SetName("%s%s\t");
+    EXPECT_EQ(cap.Messages().back(), "<warning> Invalid name [%s%s\t] has been changed to [%s%s_].\n");
 }
 
 TEST(QelSysApp, PlainApplicationObjectAnswersWithDefaults)
