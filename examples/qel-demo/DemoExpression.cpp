@@ -12,7 +12,7 @@
 
 namespace
 {
-void Run(QelDemoApp&)
+void Run(QelDemoApp& app)
 {
     QelPropertyContainer box;
     box.SetName("Box01");
@@ -39,7 +39,11 @@ void Run(QelDemoApp&)
     std::printf("  Area reads %.4f\n", pArea->GetAsDouble());
 
     std::printf("  a text with a mistake is refused with the compiler's message:\n");
-    const std::string strError = pArea->SetExpression("Width * (gMargin + ");
+    std::string strError;
+    {
+        QelDemoExpect expect(app, 1);
+        strError = pArea->SetExpression("Width * (gMargin + ");
+    }
     std::printf("  -> \"%s\"; Area has an expression: %s\n", strError.c_str(),
                 pArea->HasExpression() ? "yes" : "no");
 
