@@ -34,9 +34,13 @@ void Run(QelDemoApp& app)
     QelExpression::SetGlobalVar("gMargin", 1.0);
     std::printf("  Area reads %.4f\n", pArea->GetAsDouble());
 
-    std::printf("  deleting Transform:Scale:X (the name is looked up again, now unbound, so 0):\n");
+    std::printf("  deleting Transform:Scale:X (the name is looked up again, now unbound, so 0, said once):\n");
     box.DeleteProperty(pScale);
-    std::printf("  Area reads %.4f\n", pArea->GetAsDouble());
+    {
+        QelDemoExpect expect(app, 1);
+        std::printf("  Area reads %.4f\n", pArea->GetAsDouble());
+    }
+    std::printf("  and again %.4f\n", pArea->GetAsDouble());
 
     std::printf("  a text with a mistake is refused with the compiler's message:\n");
     std::string strError;
@@ -46,6 +50,14 @@ void Run(QelDemoApp& app)
     }
     std::printf("  -> \"%s\"; Area has an expression: %s\n", strError.c_str(),
                 pArea->HasExpression() ? "yes" : "no");
+
+    std::printf("  an expression that would read itself is refused, the cycle named:\n");
+    QelProperty* pLoop = box.CreateProperty("Loop", eDataReal);
+    {
+        QelDemoExpect expect(app, 1);
+        strError = pLoop->SetExpression("Width + Loop");
+    }
+    std::printf("  -> \"%s\"\n", strError.c_str());
 
     QelExpression cFree;
     cFree.SetExpression("min(a, b, 3) + max(a, b, c, 10) + if_else(a > b, 1, -1) * -2^2");

@@ -9,6 +9,7 @@
 #include <cfloat>
 #include <climits>
 #include <cmath>
+#include <set>
 
 namespace
 {
@@ -667,8 +668,58 @@ std::string QelProperty::SetExpression(const std::string& strExpression)
         delete pExpression;
         return strError;
     }
+    const std::string strCycle = FindExpressionCycle(*pExpression);
+    if (!strCycle.empty())
+    {
+        delete pExpression;
+        QelSysApp::App().PrintToConsole("<warning> %s - Expression [%s] refused: it reads itself through %s\n",
+                                        GetFullName().c_str(), strExpression.substr(0, 120).c_str(),
+                                        strCycle.c_str());
+        return "Circular reference: " + strCycle;
+    }
     m_pExpression = pExpression;
     ValueChanged();
+    return std::string();
+}
+
+std::string QelProperty::FindExpressionCycle(const QelExpression& cExpression) const
+{
+    // Depth first over the properties of the container that the expression reads, then those their
+    // expressions read, with an explicit stack (a chain may be as long as the container is large).
+    QelPropertyContainer* pContainer = GetContainer();
+    if (!pContainer)
+        return std::string();
+    struct Frame
+    {
+        const QelProperty* pProperty;
+        std::vector<std::string> vecNames;
+        size_t nNext;
+    };
+    std::vector<Frame> vecStack(1, Frame{this, {}, 0});
+    cExpression.GetReadNames(vecStack[0].vecNames);
+    std::set<const QelProperty*> setSeen{this};
+    while (!vecStack.empty())
+    {
+        Frame& cTop = vecStack.back();
+        if (cTop.nNext == cTop.vecNames.size())
+        {
+            vecStack.pop_back();
+            continue;
+        }
+        const QelProperty* pRead = pContainer->GetProperty(cTop.vecNames[cTop.nNext++]);
+        if (pRead == this)
+        {
+            std::string strCycle;
+            for (const Frame& f : vecStack)
+                strCycle += f.pProperty->GetName() + " -> ";
+            return strCycle + GetName();
+        }
+        if (!pRead || !pRead->m_pExpression || !setSeen.insert(pRead).second)
+            continue;
+        Frame cNext{pRead, {}, 0};
+        pRead->m_pExpression->GetReadNames(cNext.vecNames);
+        vecStack.push_back(std::move(cNext));
+    }
     return std::string();
 }
 
