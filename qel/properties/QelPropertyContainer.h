@@ -12,6 +12,7 @@
 
 class QelProperty;
 class QelInterpColorProperty;
+class QelXMLInterface;
 class QelMultiProperty;
 
 /// Owner of a set of named properties: creates and adopts them, finds them by name or identifier,
@@ -55,6 +56,18 @@ public:
     /// Removes and destroys the property; every link to it (interpolated colors, groups, the
     /// independent property, holders) is dropped first.
     virtual void DeleteProperty(QelProperty* pProperty);
+    // Saving and loading the properties marked for saving (WillAutoSave)
+    /// Appends one "Property" element per saved property to the cursor's node, in list order, with
+    /// its name and type code as attributes and its value as text that reads back bit for bit (reals
+    /// with nine significant digits). Object references, interpolated colors (their three parts are
+    /// saved instead) and group properties carry no value of their own and are left out.
+    bool SaveProperties(QelXMLInterface& cXml);
+    /// Reads the "Property" elements of the cursor's node back into the properties of the same name
+    /// and type marked for saving, through the clamping setters; the cursor stays where it is. An
+    /// element without such a property, of another type or with an unreadable value is skipped with
+    /// a warning. False when anything was skipped or the cursor is not valid.
+    bool LoadProperties(QelXMLInterface& cXml);
+
     /// A group property without children yet (add them with QelMultiProperty::AddChild).
     QelMultiProperty* CreateMultiProperty(const std::string& strName, QelDataType eType, bool bAutoSave = true);
     /// A group with one child per name, named "Group:Child" and of the matching type. Null when
