@@ -390,19 +390,19 @@ void QelPropertyContainer::OnDelete()
 
 void QelPropertyContainer::PropagateDirtyBit(unsigned short nBits, QelProperty* pProperty)
 {
-    if (nBits & 1)
+    if (nBits & kDirtyValue)
     {
-        PropagateDirtyBitToNodes(1, pProperty);
+        PropagateDirtyBitToNodes(kDirtyValue, pProperty);
         m_nFlags |= kFlagDirty;
     }
-    if (nBits & 2)
+    if (nBits & kDirtyHistory)
     {
-        PropagateDirtyBitToNodes(2, pProperty);
+        PropagateDirtyBitToNodes(kDirtyHistory, pProperty);
         if (pProperty)
             pProperty->SetHistoryChangedFlag(true);
         m_nFlags |= kFlagHistoryChanged;
     }
-    if (nBits & 4)
+    if (nBits & kDirtyButton)
         ButtonPressed(pProperty);
 }
 

@@ -90,7 +90,12 @@ public:
     QelProperty* GetIndependentProperty() const { return m_pIndependentProperty; }
 
     // Change relay
-    /// Bit 0 a value changed, bit 1 a history changed, bit 2 a button was pressed; handled in that order.
+    /// The bits of PropagateDirtyBit; their values are part of the relay's contract with derived nodes.
+    static constexpr unsigned short kDirtyValue = 0x1;
+    static constexpr unsigned short kDirtyHistory = 0x2;
+    static constexpr unsigned short kDirtyButton = 0x4;
+    /// kDirtyValue a value changed, kDirtyHistory a history changed, kDirtyButton a button was
+    /// pressed; handled in that order.
     void PropagateDirtyBit(unsigned short nBits, QelProperty* pProperty);
     /// Recomputes changed interpolated colors, then runs Calculate; does not re-enter itself.
     void InvokeCalculate();
