@@ -6,7 +6,7 @@
 
 namespace
 {
-const char* const kPropertyNames[QelTransform::eTransformPropertyCount] = {
+const char* const kPropertyNames[] = {
     "Transform:Translation:X",
     "Transform:Translation:Y",
     "Transform:Translation:Z",
@@ -23,7 +23,7 @@ const char* const kPropertyNames[QelTransform::eTransformPropertyCount] = {
     "Transform:Scale:Reset scaling",
 };
 
-const char* const kPropertyDescriptions[QelTransform::eTransformPropertyCount] = {
+const char* const kPropertyDescriptions[] = {
     "Translation along X",
     "Translation along Y",
     "Translation along Z",
@@ -39,6 +39,11 @@ const char* const kPropertyDescriptions[QelTransform::eTransformPropertyCount] =
     "Scale factor applied on all three axes",
     "Puts every scale factor back to 1",
 };
+static_assert(sizeof(kPropertyNames) / sizeof(kPropertyNames[0]) == QelTransform::eTransformPropertyCount,
+              "one name per table position");
+static_assert(sizeof(kPropertyDescriptions) / sizeof(kPropertyDescriptions[0]) ==
+                  QelTransform::eTransformPropertyCount,
+              "one description per table position");
 
 /// First and one-past-last table positions of each group.
 const int kGroupBegin[3] = {QelTransform::eTranslationX, QelTransform::eRotationAxisX, QelTransform::eScaleX};
