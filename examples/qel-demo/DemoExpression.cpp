@@ -89,7 +89,8 @@ void Run(QelDemoApp& app)
         fSum += cLength.Evaluate();
     }
     std::printf("  sqrt(x*x + y*y + z*z) evaluated 1,000,000 times in %.1f ms as %s; sum %.9g\n",
-                cTimer.GetElapsedSeconds() * 1e3, MTParserProgram::IsNativeCodeSupported() ? "native code" : "interpreted", fSum);
+                cTimer.GetElapsedSeconds() * 1e3,
+                MTParserProgram::IsNativeCodeSupported() ? "native code" : "interpreted", fSum);
     QelExpression::DeleteAllPossibleGlobalVar();
 }
 
