@@ -24,7 +24,9 @@ configure: setup
 build: configure
 	@cmake --build $(BUILD) -j $(JOBS)
 
-demo: build
+# Only the library and the demo are built.
+demo: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target qel-demo
 	@cd $(BUILD) && ./examples/qel-demo/qel-demo
 
 test: build

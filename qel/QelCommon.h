@@ -1,15 +1,14 @@
 #pragma once
 
-// Umbrella header: every public header of the library.
+// Umbrella header: every public header of the library, and nothing from the detail/ folders.
 
 // platform
 #include "qel/platform/QelAutomationVariant.h"
-#include "qel/platform/QelExecutableMemory.h"
 #include "qel/platform/QelExport.h"
 #include "qel/platform/QelGuid.h"
 #include "qel/platform/QelHandles.h"
+#include "qel/platform/QelOffscreenContext.h"
 #include "qel/platform/QelRandom.h"
-#include "qel/platform/QelSimd.h"
 #include "qel/platform/QelString.h"
 #include "qel/platform/QelTimer.h"
 #include "qel/platform/QelTypes.h"
@@ -55,9 +54,17 @@
 #include "qel/xml/QelXMLInterface.h"
 
 // expression
+#include "qel/expression/MTParser/MTException.h"
+#include "qel/expression/MTParser/MTExceptions.h"
+#include "qel/expression/MTParser/MTFunctionI.h"
+#include "qel/expression/MTParser/MTOperatorI.h"
 #include "qel/expression/MTParser/MTParserCompiler.h"
 #include "qel/expression/MTParser/MTParserProgram.h"
 #include "qel/expression/MTParser/MTParserRegistrar.h"
+#include "qel/expression/MTParser/MTVariableFactoryI.h"
+#include "qel/expression/MTParser/MTVariableI.h"
+#include "qel/expression/MTParser/MemVariableEvaluator.h"
+#include "qel/expression/MTParser/MemVariableFactory.h"
 #include "qel/expression/QelExpression.h"
 
 // display

@@ -1,8 +1,8 @@
 #include "QelDemo.h"
 
+#include "qel/expression/MTParser/MTParserProgram.h"
 #include "qel/expression/QelExpression.h"
 #include "qel/properties/QelProperty.h"
-#include "qel/platform/QelExecutableMemory.h"
 #include "qel/platform/QelTimer.h"
 #include "qel/properties/QelPropertyContainer.h"
 
@@ -12,7 +12,7 @@
 
 namespace
 {
-void Run(QelDemoApp&)
+void Run(QelDemoApp& app)
 {
     QelPropertyContainer box;
     box.SetName("Box01");
@@ -34,14 +34,30 @@ void Run(QelDemoApp&)
     QelExpression::SetGlobalVar("gMargin", 1.0);
     std::printf("  Area reads %.4f\n", pArea->GetAsDouble());
 
-    std::printf("  deleting Transform:Scale:X (the name is looked up again, now unbound, so 0):\n");
+    std::printf("  deleting Transform:Scale:X (the name is looked up again, now unbound, so 0, said once):\n");
     box.DeleteProperty(pScale);
-    std::printf("  Area reads %.4f\n", pArea->GetAsDouble());
+    {
+        QelDemoExpect expect(app, 1);
+        std::printf("  Area reads %.4f\n", pArea->GetAsDouble());
+    }
+    std::printf("  and again %.4f\n", pArea->GetAsDouble());
 
     std::printf("  a text with a mistake is refused with the compiler's message:\n");
-    const std::string strError = pArea->SetExpression("Width * (gMargin + ");
+    std::string strError;
+    {
+        QelDemoExpect expect(app, 1);
+        strError = pArea->SetExpression("Width * (gMargin + ");
+    }
     std::printf("  -> \"%s\"; Area has an expression: %s\n", strError.c_str(),
                 pArea->HasExpression() ? "yes" : "no");
+
+    std::printf("  an expression that would read itself is refused, the cycle named:\n");
+    QelProperty* pLoop = box.CreateProperty("Loop", eDataReal);
+    {
+        QelDemoExpect expect(app, 1);
+        strError = pLoop->SetExpression("Width + Loop");
+    }
+    std::printf("  -> \"%s\"\n", strError.c_str());
 
     QelExpression cFree;
     cFree.SetExpression("min(a, b, 3) + max(a, b, c, 10) + if_else(a > b, 1, -1) * -2^2");
@@ -73,7 +89,8 @@ void Run(QelDemoApp&)
         fSum += cLength.Evaluate();
     }
     std::printf("  sqrt(x*x + y*y + z*z) evaluated 1,000,000 times in %.1f ms as %s; sum %.9g\n",
-                cTimer.GetElapsedSeconds() * 1e3, QelNativeCodeSupported() ? "native code" : "interpreted", fSum);
+                cTimer.GetElapsedSeconds() * 1e3,
+                MTParserProgram::IsNativeCodeSupported() ? "native code" : "interpreted", fSum);
     QelExpression::DeleteAllPossibleGlobalVar();
 }
 

@@ -24,7 +24,7 @@ public:
     }
 };
 
-void Run(QelDemoApp&)
+void Run(QelDemoApp& app)
 {
     DemoObject scene("Scene"), box("Box01"), light("Light01");
     for (DemoObject* p : {&scene, &box, &light})
@@ -37,17 +37,24 @@ void Run(QelDemoApp&)
     std::printf("  Box01 is held by %zu object(s): %s\n", holders.size(), holders[0]->GetName().c_str());
 
     std::printf("  renaming Box01 to a name with a tab and an accented byte:\n");
-    box.SetName("Box\t\xE9t\xE9");
+    {
+        QelDemoExpect expect(app, 1);
+        box.SetName("Box\t\xE9t\xE9");
+    }
     std::printf("  Box01 is now called [%s]\n", box.GetName().c_str());
 
     std::printf("  deleting Light01 (its holder is told first):\n");
     light.OnDelete();
     std::printf("  deleting Scene while it still holds the box:\n");
-    scene.OnDelete();
+    {
+        QelDemoExpect expect(app, 1);
+        scene.OnDelete();
+    }
 
     std::printf("  an object destroyed while still held is reported:\n");
     DemoObject keeper("Keeper");
     {
+        QelDemoExpect expect(app, 1);
         DemoObject temp("Temporary");
         keeper.Hold(&temp);
     }

@@ -60,7 +60,7 @@ public:
     int m_nCalculations = 0;
 };
 
-void Run(QelDemoApp&)
+void Run(QelDemoApp& app)
 {
     DemoLamp lamp;
     std::vector<QelProperty*> vec;
@@ -84,11 +84,17 @@ void Run(QelDemoApp&)
     std::printf("  Brightness = %g, Beam angle = %d\n", lamp.m_pBrightness->GetAsDouble(), lamp.m_pAngle->GetAsInt());
 
     std::printf("  a clamp of the wrong kind is reported and stored anyway:\n");
-    lamp.m_pAngle->SetClamp(5.0, 120.0);
+    {
+        QelDemoExpect expect(app, 1);
+        lamp.m_pAngle->SetClamp(5.0, 120.0);
+    }
 
     std::printf("  the enumeration refuses a value outside its list:\n");
     lamp.m_pMode->SetAsInt(2);
-    lamp.m_pMode->SetAsInt(9);
+    {
+        QelDemoExpect expect(app, 1);
+        lamp.m_pMode->SetAsInt(9);
+    }
     std::printf("  Mode = %d\n", lamp.m_pMode->GetAsInt());
 
     std::printf("  pressing the Reset button:\n");
@@ -121,10 +127,16 @@ void Run(QelDemoApp&)
     std::printf("  after appending 15: ordering %d (2 not ordered), any history changed: %s\n",
                 int(h.CheckOrdering()), lamp.HasAnyHistoryChanged() ? "yes" : "no");
     std::printf("  a history of the wrong type is refused:\n");
-    h.Set({QelVariant("bright")});
+    {
+        QelDemoExpect expect(app, 1);
+        h.Set({QelVariant("bright")});
+    }
 
     std::printf("  a duplicate name is refused:\n");
-    lamp.CreateProperty("Brightness", eDataReal);
+    {
+        QelDemoExpect expect(app, 1);
+        lamp.CreateProperty("Brightness", eDataReal);
+    }
     std::printf("  deleting the Glow property removes its three parts too: %d -> ", lamp.GetPropertyCount());
     lamp.DeleteProperty(lamp.m_pGlow);
     std::printf("%d properties\n", lamp.GetPropertyCount());

@@ -23,7 +23,7 @@ const char* TypeName(QelDataType eType)
     }
 }
 
-void Run(QelDemoApp&)
+void Run(QelDemoApp& app)
 {
     // A log written on Windows (CR LF line ends): comma-separated, blanks between, quoted notes.
     std::string strPath = std::string(QEL_DEMO_DATA_DIR) + "/util_readings.txt";
@@ -91,6 +91,7 @@ void Run(QelDemoApp&)
     std::printf("  1 %s = %g %s\n", QelUnitConverter::GetUnitString(QelUnitConverter::eMiles).c_str(), dResult,
                 QelUnitConverter::GetUnitString(QelUnitConverter::eKilometers).c_str());
     std::printf("  converting between kinds is refused:\n");
+    QelDemoExpect expect(app, 1);
     QelUnitConverter::Convert(1.0, QelUnitConverter::eMeters, dResult, QelUnitConverter::eSeconds);
 }
 

@@ -48,7 +48,7 @@ void Describe(const char* pForm, QelMasterXMLInterface& x)
     x.MoveToRootNode();
 }
 
-void Run(QelDemoApp&)
+void Run(QelDemoApp& app)
 {
     QelMasterXMLInterface scene;
     BuildScene(scene);
@@ -83,7 +83,10 @@ void Run(QelDemoApp&)
 
     std::printf("  a damaged block is refused with a message:\n");
     pPacked[3] = 0x7F; // the stored length no longer fits the data
-    back.LoadDataFromMemory(pPacked.get(), nPacked);
+    {
+        QelDemoExpect expect(app, 1);
+        back.LoadDataFromMemory(pPacked.get(), nPacked);
+    }
     std::printf("  valid after the damaged block: %s\n", back.IsValid() ? "yes" : "no");
 }
 

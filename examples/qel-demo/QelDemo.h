@@ -16,6 +16,11 @@ public:
     /// Counts by level, reported at the end of the run.
     mutable int m_nErrors = 0;
     mutable int m_nWarnings = 0;
+    /// Errors and warnings that a section announced (QelDemoExpect) and has yet to provoke.
+    mutable int m_nAnnounced = 0;
+    /// Errors and warnings nobody announced, and announced ones that never came: either fails the run.
+    mutable int m_nUnexpected = 0;
+    int m_nMissing = 0;
 
 private:
     bool m_bColor;
@@ -26,6 +31,21 @@ private:
 struct QelDemoSection
 {
     QelDemoSection(int nOrder, const char* pTitle, std::function<void(QelDemoApp&)> fnRun);
+};
+
+/// Announces the errors and warnings that the calls within its scope provoke on purpose. Any other
+/// error or warning, or fewer than announced, makes the demo exit with a failure (it runs as a test).
+class QelDemoExpect
+{
+public:
+    QelDemoExpect(QelDemoApp& app, int nMessages);
+    ~QelDemoExpect();
+    QelDemoExpect(const QelDemoExpect&) = delete;
+    QelDemoExpect& operator=(const QelDemoExpect&) = delete;
+
+private:
+    QelDemoApp& m_cApp;
+    int m_nOuter;
 };
 
 /// Prints a heading for a section.

@@ -1,6 +1,6 @@
 #include "QelDemo.h"
 
-#include "qel/platform/QelString.h"
+#include "qel/framework/QelObjectMessage.h"
 #include "qel/platform/QelTimer.h"
 
 #include <cstdarg>
@@ -38,19 +38,22 @@ void QelDemoApp::PrintToConsole(const char* pFormat, ...) const
 {
     if (!pFormat)
         return;
-    std::string strText;
-    size_t n = std::strlen(pFormat);
-    if (n >= 7 && std::strcmp(pFormat + n - 7, "<flush>") == 0)
-        strText.assign(pFormat, n - 7); // composed by an object: literal, the end tag dropped
-    else
-    {
-        va_list args;
-        va_start(args, pFormat);
-        strText = QelFormatV(pFormat, args);
-        va_end(args);
-    }
+    va_list args;
+    va_start(args, pFormat);
+    std::string strText = QelConsoleText(pFormat, args);
+    va_end(args);
+    if (strText.size() >= 7 && strText.compare(strText.size() - 7, 7, "<flush>") == 0)
+        strText.resize(strText.size() - 7);
     const char* pLevel = "info ";
     const char* pColor = "";
+    const bool bProblem = strText.compare(0, 7, "<error>") == 0 || strText.compare(0, 9, "<warning>") == 0;
+    if (bProblem && m_nAnnounced > 0)
+        --m_nAnnounced;
+    else if (bProblem)
+    {
+        ++m_nUnexpected;
+        std::printf("  UNEXPECTED:\n");
+    }
     if (strText.compare(0, 7, "<error>") == 0)
     {
         strText.erase(0, 7);
@@ -80,6 +83,21 @@ double QelDemoApp::GetTime() const
     return QelGetHighResTime();
 }
 
+QelDemoExpect::QelDemoExpect(QelDemoApp& app, int nMessages) : m_cApp(app), m_nOuter(app.m_nAnnounced)
+{
+    m_cApp.m_nAnnounced = nMessages;
+}
+
+QelDemoExpect::~QelDemoExpect()
+{
+    if (m_cApp.m_nAnnounced > 0)
+    {
+        std::printf("  MISSING: %d announced error(s) or warning(s) did not come\n", m_cApp.m_nAnnounced);
+        m_cApp.m_nMissing += m_cApp.m_nAnnounced;
+    }
+    m_cApp.m_nAnnounced = m_nOuter;
+}
+
 void QelDemoHeading(const char* pTitle)
 {
     std::printf("\n== %s ==\n", pTitle);
@@ -102,7 +120,7 @@ int main()
         QelDemoHeading(entry.pTitle);
         entry.fnRun(app);
     }
-    std::printf("\nlog: %d error(s), %d warning(s) reported by the library (all expected)\n", app.m_nErrors,
-                app.m_nWarnings);
-    return 0;
+    std::printf("\nlog: %d error(s), %d warning(s) reported by the library, %d unexpected, %d missing\n",
+                app.m_nErrors, app.m_nWarnings, app.m_nUnexpected, app.m_nMissing);
+    return app.m_nUnexpected == 0 && app.m_nMissing == 0 ? 0 : 1;
 }

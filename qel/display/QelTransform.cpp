@@ -6,7 +6,7 @@
 
 namespace
 {
-const char* const kPropertyNames[QelTransform::eTransformPropertyCount] = {
+const char* const kPropertyNames[] = {
     "Transform:Translation:X",
     "Transform:Translation:Y",
     "Transform:Translation:Z",
@@ -23,7 +23,7 @@ const char* const kPropertyNames[QelTransform::eTransformPropertyCount] = {
     "Transform:Scale:Reset scaling",
 };
 
-const char* const kPropertyDescriptions[QelTransform::eTransformPropertyCount] = {
+const char* const kPropertyDescriptions[] = {
     "Translation along X",
     "Translation along Y",
     "Translation along Z",
@@ -39,6 +39,11 @@ const char* const kPropertyDescriptions[QelTransform::eTransformPropertyCount] =
     "Scale factor applied on all three axes",
     "Puts every scale factor back to 1",
 };
+static_assert(sizeof(kPropertyNames) / sizeof(kPropertyNames[0]) == QelTransform::eTransformPropertyCount,
+              "one name per table position");
+static_assert(sizeof(kPropertyDescriptions) / sizeof(kPropertyDescriptions[0]) ==
+                  QelTransform::eTransformPropertyCount,
+              "one description per table position");
 
 /// First and one-past-last table positions of each group.
 const int kGroupBegin[3] = {QelTransform::eTranslationX, QelTransform::eRotationAxisX, QelTransform::eScaleX};
@@ -344,11 +349,22 @@ void QelTransform::ButtonPressed(QelProperty* pProperty)
 
 void QelTransform::DeleteProperty(QelProperty* pProperty)
 {
+    ForgetTableEntry(pProperty);
+    QelPropertyContainer::DeleteProperty(pProperty);
+}
+
+void QelTransform::OnObjectDeletion(QelBase* pDeleted)
+{
+    ForgetTableEntry(pDeleted);
+    QelPropertyContainer::OnObjectDeletion(pDeleted);
+}
+
+void QelTransform::ForgetTableEntry(const QelBase* pProperty)
+{
     if (m_pTable)
         for (int i = 0; i < eTransformPropertyCount; ++i)
-            if (m_pTable[i] == pProperty)
+            if (m_pTable[i] && static_cast<const QelBase*>(m_pTable[i]) == pProperty)
                 m_pTable[i] = nullptr;
-    QelPropertyContainer::DeleteProperty(pProperty);
 }
 
 std::string QelTransform::GetPropertyDescription(const QelProperty* pProperty)

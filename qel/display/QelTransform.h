@@ -88,6 +88,8 @@ public:
     /// Performs the reset of the pressed button's group.
     void ButtonPressed(QelProperty* pProperty) override;
     void DeleteProperty(QelProperty* pProperty) override;
+    /// A table property deleted directly (not through DeleteProperty) leaves the table too.
+    void OnObjectDeletion(QelBase* pDeleted) override;
     std::string GetPropertyDescription(const QelProperty* pProperty) override;
     /// Whether manipulators may translate the object by analog input; true here.
     virtual bool AllowAnalogTranslation();
@@ -104,6 +106,7 @@ private:
     void BindTable();
     float ReadFloat(int nIndex, float fDefault) const;
     void WriteFloat(int nIndex, float fValue);
+    void ForgetTableEntry(const QelBase* pProperty);
 
     QelProperty** m_pTable = nullptr;
     bool m_bRebuild = true;

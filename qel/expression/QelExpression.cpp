@@ -60,7 +60,11 @@ public:
         MTParser::MemVariableEvaluator* pVar;
         const double* pGlobal;
         unsigned long long nVersion;
+        bool bWarned;
     };
+
+    /// Says once per name and compiled text that a variable reads nothing and so reads 0.
+    void WarnUnbound(Binding& b);
 
     QelProperty* m_pProperty;
     std::string m_strText;
@@ -69,6 +73,7 @@ public:
     std::set<std::string> m_setHostVars;
     std::vector<std::string> m_vecUsedNames;
     std::vector<Binding> m_vecBindings;
+    std::set<std::string> m_setWarnedUnbound;
 };
 
 QelExpressionDef::~QelExpressionDef()
@@ -99,6 +104,7 @@ void QelExpressionDef::Unregister()
     }
     m_vecUsedNames.clear();
     m_vecBindings.clear();
+    m_setWarnedUnbound.clear();
     m_cProgram.Clear();
     m_strText.clear();
 }
@@ -128,7 +134,24 @@ void QelExpressionDef::RebuildBindings()
     m_vecBindings.clear();
     for (MTVariableI* pVar : m_cProgram.GetVariables())
         if (!m_setHostVars.count(pVar->GetSymbol()))
-            m_vecBindings.push_back({static_cast<MTParser::MemVariableEvaluator*>(pVar), nullptr, 0});
+            m_vecBindings.push_back({static_cast<MTParser::MemVariableEvaluator*>(pVar), nullptr, 0,
+                                     m_setWarnedUnbound.count(pVar->GetSymbol()) != 0});
+}
+
+void QelExpressionDef::WarnUnbound(Binding& b)
+{
+    b.bWarned = true;
+    const std::string& strName = b.pVar->GetSymbol();
+    if (!m_setWarnedUnbound.insert(strName).second)
+        return;
+    if (m_pProperty)
+        QelSysApp::App().PrintToConsole(
+            "<warning> %s - Expression [%s] reads [%s], which names no property and no global variable; it reads 0\n",
+            m_pProperty->GetFullName().c_str(), Shorten(m_strText).c_str(), strName.c_str());
+    else
+        QelSysApp::App().PrintToConsole(
+            "<warning> Expression [%s] reads [%s], which names no property and no global variable; it reads 0\n",
+            Shorten(m_strText).c_str(), strName.c_str());
 }
 
 bool QelExpressionDef::ReadProperty(const std::string& strName, double& fValue) const
@@ -163,6 +186,8 @@ void QelExpressionDef::RefreshBindings()
                 b.pGlobal = it == g.mapValues.end() ? nullptr : &it->second;
                 b.nVersion = g.nVersion;
             }
+            if (!b.pGlobal && !b.bWarned)
+                WarnUnbound(b);
             b.pVar->SetValue(b.pGlobal ? *b.pGlobal : 0.0);
         }
     }
@@ -352,6 +377,13 @@ void QelExpression::GetAllGlobalVars(std::vector<std::string>& vecNames, std::ve
         vecNames.push_back(c.first);
         vecValues.push_back(c.second);
     }
+}
+
+void QelExpression::GetReadNames(std::vector<std::string>& vecNames) const
+{
+    vecNames.clear();
+    for (const QelExpressionDef::Binding& b : m_pDef->m_vecBindings)
+        vecNames.push_back(b.pVar->GetSymbol());
 }
 
 QelProperty* QelExpression::GetProperty() const

@@ -81,6 +81,9 @@ public:
 
     /// The property this expression serves (may be null).
     QelProperty* GetProperty() const;
+    /// The names the compiled expression reads from properties or globals: every variable it uses
+    /// that the host did not set with SetVar, once each.
+    void GetReadNames(std::vector<std::string>& vecNames) const;
 
 private:
     /// Refreshes property and global variables, then runs whichever form the program has.

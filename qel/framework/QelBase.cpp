@@ -1,6 +1,7 @@
 #include "qel/framework/QelBase.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/framework/detail/QelNameRule.h"
 
 namespace
 {
@@ -43,17 +44,7 @@ std::string QelBase::GetName() const
 bool QelBase::SetName(const std::string& strName)
 {
     m_strName = strName;
-    bool bChanged = false;
-    for (char& c : m_strName)
-    {
-        signed char sc = static_cast<signed char>(c);
-        if (sc < 32 || sc > 126)
-        {
-            c = '_';
-            bChanged = true;
-        }
-    }
-    if (bChanged)
+    if (QelSanitizeName(m_strName))
         QelSysApp::App().PrintToConsole("<warning> Invalid name [%s] has been changed to [%s].\n", strName.c_str(),
                                         m_strName.c_str());
     return true;

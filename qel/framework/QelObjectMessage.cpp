@@ -3,6 +3,8 @@
 #include "qel/framework/QelSysApp.h"
 #include "qel/platform/QelString.h"
 
+#include <cstring>
+
 std::string QelComposeObjectMessage(const char* pTag, const std::string& strName, const char* pFormat,
                                     va_list args)
 {
@@ -12,6 +14,18 @@ std::string QelComposeObjectMessage(const char* pTag, const std::string& strName
     strMessage += QelFormatV(pFormat, args);
     strMessage += "<flush>";
     return strMessage;
+}
+
+std::string QelConsoleText(const char* pFormat, va_list args)
+{
+    if (!pFormat)
+        return std::string();
+    static const char kFlush[] = "<flush>";
+    const size_t nFlush = sizeof(kFlush) - 1;
+    const size_t n = std::strlen(pFormat);
+    if (n >= nFlush && std::memcmp(pFormat + n - nFlush, kFlush, nFlush) == 0)
+        return std::string(pFormat, n);
+    return QelFormatV(pFormat, args);
 }
 
 void QelPrintObjectMessage(const char* pTag, const std::string& strName, const char* pFormat, va_list args)

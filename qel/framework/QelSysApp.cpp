@@ -16,7 +16,13 @@ QelSysApp::QelSysApp(QelSysApp* pApp)
         m_pQelSysApp->PrintToConsole("[FATALERROR]Two classes have registered as the QelSysApp class!");
 }
 
-QelSysApp::~QelSysApp() = default;
+QelSysApp::~QelSysApp()
+{
+    // The next message would otherwise call through a dangling pointer; App() answers with the
+    // silent object until another application object registers.
+    if (m_pQelSysApp == this)
+        m_pQelSysApp = nullptr;
+}
 
 QelSysApp& QelSysApp::App()
 {

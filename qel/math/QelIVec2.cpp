@@ -1,7 +1,7 @@
 #include "qel/math/QelIVec2.h"
 
 #include "qel/framework/QelSysApp.h"
-#include "qel/math/QelMathInternal.h"
+#include "qel/math/detail/QelMathInternal.h"
 
 #include <sstream>
 

@@ -1,6 +1,6 @@
 #include "qel/math/QelLine.h"
 
-#include "qel/math/QelMathInternal.h"
+#include "qel/math/detail/QelMathInternal.h"
 
 namespace
 {

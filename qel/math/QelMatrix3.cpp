@@ -1,7 +1,7 @@
 #include "qel/math/QelMatrix3.h"
 
-#include "qel/math/QelLUInverse.h"
-#include "qel/math/QelMathInternal.h"
+#include "qel/math/detail/QelLUInverse.h"
+#include "qel/math/detail/QelMathInternal.h"
 
 #include <sstream>
 

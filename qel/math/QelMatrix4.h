@@ -4,7 +4,7 @@
 #include "qel/math/QelVec3.h"
 #include "qel/math/QelVec4.h"
 #include "qel/platform/QelExport.h"
-#include "qel/platform/QelSimd.h"
+#include "qel/platform/detail/QelSimd.h"
 
 #include <cmath>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "qel/math/QelVec2.h"
 
-#include "qel/math/QelMathInternal.h"
+#include "qel/math/detail/QelMathInternal.h"
 
 #include <sstream>
 

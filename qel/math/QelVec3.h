@@ -2,7 +2,7 @@
 
 #include "qel/math/QelVec2.h"
 #include "qel/platform/QelExport.h"
-#include "qel/platform/QelSimd.h"
+#include "qel/platform/detail/QelSimd.h"
 
 #include <cmath>
 #include <string>

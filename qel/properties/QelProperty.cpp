@@ -2,6 +2,7 @@
 
 #include "qel/expression/QelExpression.h"
 #include "qel/framework/QelSysApp.h"
+#include "qel/framework/detail/QelNameRule.h"
 #include "qel/properties/QelMultiProperty.h"
 #include "qel/properties/QelPropertyContainer.h"
 
@@ -9,6 +10,7 @@
 #include <cfloat>
 #include <climits>
 #include <cmath>
+#include <set>
 
 namespace
 {
@@ -81,6 +83,12 @@ unsigned ColorByte(float f)
         f = 1.0f;
     return unsigned(f * 255.0f) & 0xFF;
 }
+
+/// Sets or clears one bit of a flag byte.
+void SetBit(unsigned char& nFlags, unsigned char nBit, bool bOn)
+{
+    nFlags = static_cast<unsigned char>(bOn ? (nFlags | nBit) : (nFlags & ~nBit));
+}
 } // namespace
 
 QelProperty::QelProperty(const std::string& strName, QelPropertyContainer* pContainer, QelDataType eType,
@@ -125,6 +133,10 @@ void QelProperty::CopyStateFrom(const QelProperty& other)
 QelProperty::~QelProperty()
 {
     ReleaseExpression();
+    // Deleted by the host instead of through DeleteProperty: the container forgets it here, or its
+    // own destructor would free it a second time.
+    if (QelPropertyContainer* pContainer = GetContainer())
+        pContainer->ForgetDeletedProperty(this);
 }
 
 QelPropertyContainer* QelProperty::GetContainer() const
@@ -173,16 +185,12 @@ bool QelProperty::SetAsInt(int nValue)
 
 bool QelProperty::SetAsBool(bool bValue)
 {
-    m_cValue = QelVariant(bValue);
-    ValueChanged();
-    return true;
+    return SetAsVariant(QelVariant(bValue));
 }
 
 bool QelProperty::SetAsString(const std::string& strValue)
 {
-    m_cValue = QelVariant(strValue);
-    ValueChanged();
-    return true;
+    return SetAsVariant(QelVariant(strValue));
 }
 
 bool QelProperty::SetAsColor(QelPackedColor nColor)
@@ -200,37 +208,27 @@ bool QelProperty::SetAsColor(float fRed, float fGreen, float fBlue, float fAlpha
 
 bool QelProperty::SetAsInputObject(QelInput* pObject)
 {
-    m_cValue = QelVariant(pObject);
-    ValueChanged();
-    return true;
+    return SetAsVariant(QelVariant(pObject));
 }
 
 bool QelProperty::SetAsDisplayObject(QelDisplayObject* pObject)
 {
-    m_cValue = QelVariant(pObject);
-    ValueChanged();
-    return true;
+    return SetAsVariant(QelVariant(pObject));
 }
 
 bool QelProperty::SetAsDisplaySystem(QelDisplaySystem* pObject)
 {
-    m_cValue = QelVariant(pObject);
-    ValueChanged();
-    return true;
+    return SetAsVariant(QelVariant(pObject));
 }
 
 bool QelProperty::SetAsManipulator(QelManipulator* pObject)
 {
-    m_cValue = QelVariant(pObject);
-    ValueChanged();
-    return true;
+    return SetAsVariant(QelVariant(pObject));
 }
 
 bool QelProperty::SetAsPropertyContainer(QelPropertyContainer* pObject)
 {
-    m_cValue = QelVariant(pObject);
-    ValueChanged();
-    return true;
+    return SetAsVariant(QelVariant(pObject));
 }
 
 // ---- Reading ----
@@ -598,7 +596,7 @@ bool QelProperty::PressButton()
     QelPropertyContainer* pContainer = GetContainer();
     if (!pContainer || !pContainer->IsPropertyButton(this))
         return false;
-    pContainer->PropagateDirtyBit(4, this);
+    pContainer->PropagateDirtyBit(QelPropertyContainer::kDirtyButton, this);
     return true;
 }
 
@@ -610,7 +608,8 @@ void QelProperty::ValueChanged()
     if (!pContainer)
         return;
     m_nFlags |= kFlagChanged;
-    pContainer->PropagateDirtyBit(pContainer->IsPropertyButton(this) ? 4 : 1, this);
+    pContainer->PropagateDirtyBit(
+        pContainer->IsPropertyButton(this) ? QelPropertyContainer::kDirtyButton : QelPropertyContainer::kDirtyValue, this);
 }
 
 bool QelProperty::HasChanged() const
@@ -620,18 +619,12 @@ bool QelProperty::HasChanged() const
 
 void QelProperty::SetChangedFlag(bool bChanged)
 {
-    if (bChanged)
-        m_nFlags |= kFlagChanged;
-    else
-        m_nFlags &= static_cast<unsigned char>(~kFlagChanged);
+    SetBit(m_nFlags, kFlagChanged, bChanged);
 }
 
 void QelProperty::SetPropagation(bool bEnable)
 {
-    if (bEnable)
-        m_nFlags |= kFlagPropagation;
-    else
-        m_nFlags &= static_cast<unsigned char>(~kFlagPropagation);
+    SetBit(m_nFlags, kFlagPropagation, bEnable);
 }
 
 const std::vector<QelVariant>* QelProperty::GetHistory(bool)
@@ -641,10 +634,7 @@ const std::vector<QelVariant>* QelProperty::GetHistory(bool)
 
 void QelProperty::SetHistoryChangedFlag(bool bChanged)
 {
-    if (bChanged)
-        m_nFlags |= kFlagHistoryChanged;
-    else
-        m_nFlags &= static_cast<unsigned char>(~kFlagHistoryChanged);
+    SetBit(m_nFlags, kFlagHistoryChanged, bChanged);
 }
 
 // ---- Expression binding ----
@@ -663,8 +653,58 @@ std::string QelProperty::SetExpression(const std::string& strExpression)
         delete pExpression;
         return strError;
     }
+    const std::string strCycle = FindExpressionCycle(*pExpression);
+    if (!strCycle.empty())
+    {
+        delete pExpression;
+        QelSysApp::App().PrintToConsole("<warning> %s - Expression [%s] refused: it reads itself through %s\n",
+                                        GetFullName().c_str(), strExpression.substr(0, 120).c_str(),
+                                        strCycle.c_str());
+        return "Circular reference: " + strCycle;
+    }
     m_pExpression = pExpression;
     ValueChanged();
+    return std::string();
+}
+
+std::string QelProperty::FindExpressionCycle(const QelExpression& cExpression) const
+{
+    // Depth first over the properties of the container that the expression reads, then those their
+    // expressions read, with an explicit stack (a chain may be as long as the container is large).
+    QelPropertyContainer* pContainer = GetContainer();
+    if (!pContainer)
+        return std::string();
+    struct Frame
+    {
+        const QelProperty* pProperty;
+        std::vector<std::string> vecNames;
+        size_t nNext;
+    };
+    std::vector<Frame> vecStack(1, Frame{this, {}, 0});
+    cExpression.GetReadNames(vecStack[0].vecNames);
+    std::set<const QelProperty*> setSeen{this};
+    while (!vecStack.empty())
+    {
+        Frame& cTop = vecStack.back();
+        if (cTop.nNext == cTop.vecNames.size())
+        {
+            vecStack.pop_back();
+            continue;
+        }
+        const QelProperty* pRead = pContainer->GetProperty(cTop.vecNames[cTop.nNext++]);
+        if (pRead == this)
+        {
+            std::string strCycle;
+            for (const Frame& f : vecStack)
+                strCycle += f.pProperty->GetName() + " -> ";
+            return strCycle + GetName();
+        }
+        if (!pRead || !pRead->m_pExpression || !setSeen.insert(pRead).second)
+            continue;
+        Frame cNext{pRead, {}, 0};
+        pRead->m_pExpression->GetReadNames(cNext.vecNames);
+        vecStack.push_back(std::move(cNext));
+    }
     return std::string();
 }
 
@@ -696,9 +736,7 @@ bool QelProperty::SetName(const std::string& strName)
     {
         // The container keys the name the property will really carry, after the character rule.
         std::string strStored = strName;
-        for (char& c : strStored)
-            if (static_cast<signed char>(c) < 32 || static_cast<signed char>(c) > 126)
-                c = '_';
+        QelSanitizeName(strStored);
         if (!pContainer->PropertyNameChanged(this, strStored))
             return false;
     }
@@ -730,32 +768,20 @@ bool QelProperty::IsMultiProperty() const
 
 void QelProperty::SetIsMultiPropertyChild(bool bChild)
 {
-    if (bChild)
-        m_nFlags |= kFlagMultiChild;
-    else
-        m_nFlags &= static_cast<unsigned char>(~kFlagMultiChild);
+    SetBit(m_nFlags, kFlagMultiChild, bChild);
 }
 
 void QelProperty::SetIsInterpColorProperty(bool bInterp)
 {
-    if (bInterp)
-        m_nFlags2 |= kFlag2InterpColor;
-    else
-        m_nFlags2 &= static_cast<unsigned char>(~kFlag2InterpColor);
+    SetBit(m_nFlags2, kFlag2InterpColor, bInterp);
 }
 
 void QelProperty::SetGuiEditable(bool bEditable)
 {
-    if (bEditable)
-        m_nFlags |= kFlagGuiEditable;
-    else
-        m_nFlags &= static_cast<unsigned char>(~kFlagGuiEditable);
+    SetBit(m_nFlags, kFlagGuiEditable, bEditable);
 }
 
 void QelProperty::EnableAutoSaving(bool bEnable)
 {
-    if (bEnable)
-        m_nFlags |= kFlagAutoSave;
-    else
-        m_nFlags &= static_cast<unsigned char>(~kFlagAutoSave);
+    SetBit(m_nFlags, kFlagAutoSave, bEnable);
 }

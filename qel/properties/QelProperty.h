@@ -221,6 +221,9 @@ private:
     // Expression binding: the expression engine fills these in.
     void EvaluateExpression();
     void ReleaseExpression();
+    /// "A -> B -> A" when the expression, set on this property, would read this property again
+    /// through the properties of the container; empty when it would not.
+    std::string FindExpressionCycle(const QelExpression& cExpression) const;
 
     QelDataType m_eDataType;
     QelVariant m_cValue;

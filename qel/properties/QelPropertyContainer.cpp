@@ -197,6 +197,19 @@ void QelPropertyContainer::DestroyProperty(QelProperty* pProperty)
     delete pProperty;
 }
 
+void QelPropertyContainer::ForgetDeletedProperty(QelProperty* pProperty)
+{
+    if (!Owns(pProperty))
+        return;
+    m_mapProperties.erase(pProperty->GetName());
+    EraseValue(m_vecProperties, pProperty);
+    Unlink(pProperty);
+    // Derived containers (transforms) drop their own pointers to it through this hook.
+    OnObjectDeletion(pProperty);
+    if (!pProperty->IsDeleted())
+        pProperty->QelBase::OnDelete();
+}
+
 void QelPropertyContainer::DeleteAllProperties()
 {
     std::vector<QelProperty*> vecAll;
@@ -377,19 +390,19 @@ void QelPropertyContainer::OnDelete()
 
 void QelPropertyContainer::PropagateDirtyBit(unsigned short nBits, QelProperty* pProperty)
 {
-    if (nBits & 1)
+    if (nBits & kDirtyValue)
     {
-        PropagateDirtyBitToNodes(1, pProperty);
+        PropagateDirtyBitToNodes(kDirtyValue, pProperty);
         m_nFlags |= kFlagDirty;
     }
-    if (nBits & 2)
+    if (nBits & kDirtyHistory)
     {
-        PropagateDirtyBitToNodes(2, pProperty);
+        PropagateDirtyBitToNodes(kDirtyHistory, pProperty);
         if (pProperty)
             pProperty->SetHistoryChangedFlag(true);
         m_nFlags |= kFlagHistoryChanged;
     }
-    if (nBits & 4)
+    if (nBits & kDirtyButton)
         ButtonPressed(pProperty);
 }
 

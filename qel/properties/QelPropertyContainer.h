@@ -12,6 +12,7 @@
 
 class QelProperty;
 class QelInterpColorProperty;
+class QelXMLInterface;
 class QelMultiProperty;
 
 /// Owner of a set of named properties: creates and adopts them, finds them by name or identifier,
@@ -55,6 +56,18 @@ public:
     /// Removes and destroys the property; every link to it (interpolated colors, groups, the
     /// independent property, holders) is dropped first.
     virtual void DeleteProperty(QelProperty* pProperty);
+    // Saving and loading the properties marked for saving (WillAutoSave)
+    /// Appends one "Property" element per saved property to the cursor's node, in list order, with
+    /// its name and type code as attributes and its value as text that reads back bit for bit (reals
+    /// with nine significant digits). Object references, interpolated colors (their three parts are
+    /// saved instead) and group properties carry no value of their own and are left out.
+    bool SaveProperties(QelXMLInterface& cXml);
+    /// Reads the "Property" elements of the cursor's node back into the properties of the same name
+    /// and type marked for saving, through the clamping setters; the cursor stays where it is. An
+    /// element without such a property, of another type or with an unreadable value is skipped with
+    /// a warning. False when anything was skipped or the cursor is not valid.
+    bool LoadProperties(QelXMLInterface& cXml);
+
     /// A group property without children yet (add them with QelMultiProperty::AddChild).
     QelMultiProperty* CreateMultiProperty(const std::string& strName, QelDataType eType, bool bAutoSave = true);
     /// A group with one child per name, named "Group:Child" and of the matching type. Null when
@@ -77,7 +90,12 @@ public:
     QelProperty* GetIndependentProperty() const { return m_pIndependentProperty; }
 
     // Change relay
-    /// Bit 0 a value changed, bit 1 a history changed, bit 2 a button was pressed; handled in that order.
+    /// The bits of PropagateDirtyBit; their values are part of the relay's contract with derived nodes.
+    static constexpr unsigned short kDirtyValue = 0x1;
+    static constexpr unsigned short kDirtyHistory = 0x2;
+    static constexpr unsigned short kDirtyButton = 0x4;
+    /// kDirtyValue a value changed, kDirtyHistory a history changed, kDirtyButton a button was
+    /// pressed; handled in that order.
     void PropagateDirtyBit(unsigned short nBits, QelProperty* pProperty);
     /// Recomputes changed interpolated colors, then runs Calculate; does not re-enter itself.
     void InvokeCalculate();
@@ -137,6 +155,10 @@ private:
     /// Unlinks, tells the holders, and frees one property already out of the map and list.
     void DestroyProperty(QelProperty* pProperty);
     bool Owns(const QelProperty* pProperty) const;
+    /// Called by the destructor of a property that is deleted directly while this container owns it:
+    /// takes it out of the map and list, drops the links to it and tells its holders.
+    void ForgetDeletedProperty(QelProperty* pProperty);
+    friend class QelProperty;
 
     std::map<std::string, QelProperty*> m_mapProperties;
     std::vector<QelProperty*> m_vecProperties;

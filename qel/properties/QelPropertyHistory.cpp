@@ -3,7 +3,7 @@
 #include "qel/framework/QelSysApp.h"
 #include "qel/properties/QelProperty.h"
 #include "qel/properties/QelPropertyContainer.h"
-#include "qel/properties/QelPropertyHistoryDef.h"
+#include "qel/properties/detail/QelPropertyHistoryDef.h"
 
 #include <new>
 
@@ -53,7 +53,7 @@ void QelPropertyHistory::NotifyContainer()
     QelProperty* pProperty = m_pDef->m_pProperty;
     if (pProperty)
         if (QelPropertyContainer* pContainer = pProperty->GetContainer())
-            pContainer->PropagateDirtyBit(2, pProperty);
+            pContainer->PropagateDirtyBit(QelPropertyContainer::kDirtyHistory, pProperty);
 }
 
 bool QelPropertyHistory::Append(const QelVariant& cValue)

@@ -14,7 +14,7 @@ struct UnitRow
 
 // Several factors are rounded to 7 significant digits, "Kilometers per second" is ten times its true
 // size and "Revolutions" is 0: deliberately kept, converted values saved by hosts depend on them.
-const UnitRow s_aUnits[QelUnitConverter::eNumUnits] = {
+const UnitRow s_aUnits[] = {
     {"Meters", QelUnitConverter::eLength, 1.0},
     {"Decimeters", QelUnitConverter::eLength, 0.1},
     {"Centimeters", QelUnitConverter::eLength, 0.01},
@@ -118,9 +118,12 @@ const UnitRow s_aUnits[QelUnitConverter::eNumUnits] = {
     {"Galileo", QelUnitConverter::eAcceleration, 0.01},
     {"Inches per second squared", QelUnitConverter::eAcceleration, 0.0254},
 };
+static_assert(sizeof(s_aUnits) / sizeof(s_aUnits[0]) == QelUnitConverter::eNumUnits, "one row per unit");
 
 const char* const s_aTypeTexts[] = {"Length", "Mass", "Time", "Temperature", "Angle",
                                     "Volume", "Pressure", "Area", "Velocity", "Acceleration"};
+static_assert(sizeof(s_aTypeTexts) / sizeof(s_aTypeTexts[0]) == QelUnitConverter::eUnknownUnitType,
+              "one text per unit type");
 
 bool IsKnown(QelUnitConverter::EUnit eUnit)
 {

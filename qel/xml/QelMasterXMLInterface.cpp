@@ -1,7 +1,7 @@
 #include "qel/xml/QelMasterXMLInterface.h"
 
 #include "qel/framework/QelSysApp.h"
-#include "qel/xml/QelXMLInterfaceDef.h"
+#include "qel/xml/detail/QelXMLInterfaceDef.h"
 
 #include <libxml/globals.h>
 #include <libxml/parser.h>

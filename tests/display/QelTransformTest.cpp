@@ -7,6 +7,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <random>
 
 namespace
 {
@@ -184,6 +185,29 @@ TEST(QelTransform, SetTransformFromAMatrixAndBack)
     ExpectMatrixNear(mEuler, mAxis);
 }
 
+TEST(QelTransform, HalfTurnsAboutRandomAxesSurviveSetTransform)
+{
+    QelTransform t;
+    t.AddTransformProperties(true, true, true);
+    std::mt19937 gen(8);
+    std::uniform_real_distribution<float> coord(-1.0f, 1.0f), offset(-0.001f, 0.001f);
+    int nChecked = 0;
+    while (nChecked < 500)
+    {
+        QelVec3 axis(coord(gen), coord(gen), coord(gen));
+        if (axis.Magnitude() < 0.1f)
+            continue;
+        axis.Normalize();
+        QelMatrix4 m(true);
+        m.Translate(1, 2, 3);
+        m.Rotate(QelVec4(axis.x, axis.y, axis.z, 180.0f + offset(gen)));
+        t.SetTransform(m);
+        SCOPED_TRACE(testing::Message() << "axis " << axis.String());
+        ExpectMatrixNear(Matrix(t), m);
+        ++nChecked;
+    }
+}
+
 TEST(QelTransform, CopiesOwnTheirPropertiesAndADeletedPropertyLeavesTheTable)
 {
     QelTransform a;
@@ -199,6 +223,11 @@ TEST(QelTransform, CopiesOwnTheirPropertiesAndADeletedPropertyLeavesTheTable)
     EXPECT_FALSE(c.HasTranslation());
     c.SetTranslation(QelVec3(1, 1, 1)); // must not reach the deleted property
     ExpectNear(Matrix(c) * QelVec3(0, 0, 0), QelVec3(0, 0, 0));
+    // Deleted by the host directly: the table lets go just the same.
+    delete b.GetProperty("Transform:Rotation:Angle");
+    EXPECT_EQ(b.GetTransformProperty(QelTransform::eRotationAngle), nullptr);
+    b.SetRotation(QelVec4(0, 0, 1, 45));
+    ExpectNear(Matrix(b) * QelVec3(0, 0, 0), QelVec3(7, 7, 7));
 }
 
 TEST(QelNode, CullRadiusOfValidAndInvalidBoxesLookVectorsAndCopies)

@@ -5,7 +5,6 @@
 #include "qel/expression/MTParser/MTParserRegistrar.h"
 #include "qel/expression/MTParser/MemVariableEvaluator.h"
 #include "qel/expression/MTParser/MemVariableFactory.h"
-#include "qel/platform/QelExecutableMemory.h"
 #include "qel/platform/QelRandom.h"
 #include "tests/support/QelTestApp.h"
 
@@ -280,7 +279,7 @@ bool SameValue(double x, double y)
 
 TEST(MTParserCompiler, NativeCodeComputesWhatTheInterpreterComputes)
 {
-    if (!QelNativeCodeSupported())
+    if (!MTParserProgram::IsNativeCodeSupported())
         GTEST_SKIP() << "no native code on this platform";
     MTParser::MemVariableFactory f;
     MTParserCompiler c(MTParserRegistrar::GetDefault(), &f);

@@ -1,4 +1,6 @@
+#include "qel/framework/QelBase.h"
 #include "qel/framework/QelObjectMessage.h"
+#include "qel/framework/QelSandboxIcon.h"
 #include "qel/framework/QelSysApp.h"
 #include "tests/support/QelTestApp.h"
 
@@ -43,6 +45,29 @@ TEST(QelSysApp, TheFirstApplicationObjectStaysTheSingleton)
     EXPECT_EQ(cap.Messages().size(), 2u);
 }
 
+// A host that destroys its application object and then lets a library object speak: the message
+// goes nowhere instead of through a dangling pointer (AddressSanitizer catches the latter).
+TEST(QelSysApp, DestroyingTheRegisteredApplicationObjectUnregistersIt)
+{
+    QelSysApp* pSaved = QelSysApp::m_pQelSysApp;
+    QelSysApp::m_pQelSysApp = nullptr;
+    auto* pApp = new QelTestApp;
+    EXPECT_EQ(QelSysApp::m_pQelSysApp, pApp);
+    delete pApp;
+    EXPECT_EQ(QelSysApp::m_pQelSysApp, nullptr);
+    QelBase object("x");
+    object.SetName("bad\tname");
+    EXPECT_EQ(object.GetName(), "bad_name");
+    // A later application object registers afresh.
+    {
+        QelTestApp again;
+        EXPECT_EQ(QelSysApp::m_pQelSysApp, &again);
+        object.SetName("bad\nname");
+        EXPECT_EQ(again.Messages().size(), 1u);
+    }
+    QelSysApp::m_pQelSysApp = pSaved;
+}
+
 TEST(QelSysApp, ObjectMessagesAreComposedExactly)
 {
     QelCapture cap;
@@ -57,6 +82,20 @@ TEST(QelSysApp, ObjectMessagesAreComposedExactly)
     // A percent sign in the name survives to a literal console.
     PrintError("50%s", "%s", "x%d");
     EXPECT_EQ(cap.Messages().back(), "<error>50%s - x%d<flush>");
+}
+
+// A console that formats what it is given: names full of directives come out as they are, both in
+// messages composed by objects and in framework messages that carry the name as an argument.
+TEST(QelSysApp, PercentSignsInNamesReachAFormattingConsoleAsData)
+{
+    QelCapture cap;
+    QelSandboxIcon icon;
+    icon.SetName("50%s %n %d");
+    icon.PrintError("value %s", "x%d%s");
+    ASSERT_EQ(cap.Messages().size(), 1u);
+    EXPECT_EQ(cap.Messages()[0], "<error>50%s %n %d - value x%d%s<flush>");
+    icon.SetName("%s%s\t");
+    EXPECT_EQ(cap.Messages().back(), "<warning> Invalid name [%s%s\t] has been changed to [%s%s_].\n");
 }
 
 TEST(QelSysApp, PlainApplicationObjectAnswersWithDefaults)

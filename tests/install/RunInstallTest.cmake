@@ -1,15 +1,52 @@
 file(REMOVE_RECURSE ${WORK_DIR})
+# Installed under one prefix, then moved: both differ from the configured prefix, so a package file
+# that remembers where it was configured or installed fails here.
+set(staging ${WORK_DIR}/staging)
 set(prefix ${WORK_DIR}/prefix)
 
-execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix}
+execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${staging}
   RESULT_VARIABLE rc OUTPUT_QUIET)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "install failed: ${rc}")
 endif()
+file(RENAME ${staging} ${prefix})
 foreach(f include/qel/QelCommon.h include/qel/framework/QelSysApp.h lib/cmake/QelCommon/QelCommonConfig.cmake
           lib/cmake/QelCommon/QelCommonConfigVersion.cmake lib/pkgconfig/qelcommon.pc)
   if(NOT EXISTS ${prefix}/${f})
     message(FATAL_ERROR "missing after install: ${f}")
+  endif()
+endforeach()
+
+# Public headers only: the umbrella names every installed public header and no detail header, and
+# a detail header is installed only when an installed header includes it.
+file(GLOB_RECURSE installed RELATIVE ${prefix}/include ${prefix}/include/qel/*.h)
+file(READ ${prefix}/include/qel/QelCommon.h umbrella)
+set(all_includes "")
+foreach(h IN LISTS installed)
+  file(READ ${prefix}/include/${h} text)
+  string(APPEND all_includes "${text}")
+endforeach()
+foreach(h IN LISTS installed)
+  if(h MATCHES "/detail/")
+    string(FIND "${umbrella}" "\"${h}\"" at)
+    if(NOT at EQUAL -1)
+      message(FATAL_ERROR "the umbrella header includes the internal ${h}")
+    endif()
+    string(FIND "${all_includes}" "#include \"${h}\"" at)
+    if(at EQUAL -1)
+      message(FATAL_ERROR "internal header installed although no installed header needs it: ${h}")
+    endif()
+  elseif(NOT h STREQUAL "qel/QelCommon.h")
+    string(FIND "${umbrella}" "#include \"${h}\"" at)
+    if(at EQUAL -1)
+      message(FATAL_ERROR "the umbrella header misses the public ${h}")
+    endif()
+  endif()
+endforeach()
+foreach(h qel/math/detail/QelLUInverse.h qel/platform/detail/QelExecutableMemory.h
+          qel/expression/MTParser/detail/MTParserNative.h qel/xml/detail/QelXMLInterfaceDef.h)
+  if(EXISTS ${prefix}/include/${h})
+    message(FATAL_ERROR "internal header installed: ${h}")
   endif()
 endforeach()
 
@@ -28,11 +65,30 @@ if(NOT rc EQUAL 0 OR NOT out MATCHES "tiny host ok")
   message(FATAL_ERROR "the host did not run: ${rc}\n${out}")
 endif()
 
-# The pkg-config file gives the same library.
+# The same host built with nothing but the pkg-config flags, as a Makefile host would.
 set(ENV{PKG_CONFIG_PATH} ${prefix}/lib/pkgconfig)
 execute_process(COMMAND pkg-config --cflags --libs qelcommon RESULT_VARIABLE rc OUTPUT_VARIABLE flags
-  OUTPUT_STRIP_TRAILING_WHITESPACE)
-if(NOT rc EQUAL 0 OR NOT flags MATCHES "-lqelcommon")
-  message(FATAL_ERROR "pkg-config does not know qelcommon: ${flags}")
+  ERROR_VARIABLE err OUTPUT_STRIP_TRAILING_WHITESPACE)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "pkg-config does not know qelcommon: ${err}")
 endif()
-message(STATUS "installed package builds and runs a host")
+execute_process(COMMAND pkg-config --variable=includedir qelcommon OUTPUT_VARIABLE includedir
+  OUTPUT_STRIP_TRAILING_WHITESPACE)
+get_filename_component(includedir "${includedir}" REALPATH)
+get_filename_component(expected "${prefix}/include" REALPATH)
+if(NOT includedir STREQUAL expected)
+  message(FATAL_ERROR "pkg-config points at ${includedir}, not at the installed ${expected}")
+endif()
+separate_arguments(flag_list UNIX_COMMAND "${flags}")
+separate_arguments(link_list UNIX_COMMAND "${HOST_LINK_FLAGS}")
+execute_process(COMMAND ${CXX} -std=c++17 ${HOST_DIR}/main.cpp ${flag_list} ${link_list} -o ${WORK_DIR}/pc-host
+  RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "building the host with `pkg-config --cflags --libs qelcommon` (${flags}) failed:\n${out}")
+endif()
+set(ENV{LD_LIBRARY_PATH} ${prefix}/lib)
+execute_process(COMMAND ${WORK_DIR}/pc-host RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
+if(NOT rc EQUAL 0 OR NOT out MATCHES "tiny host ok")
+  message(FATAL_ERROR "the pkg-config host did not run: ${rc}\n${out}")
+endif()
+message(STATUS "installed package builds and runs a host, through CMake and through pkg-config")

@@ -1,4 +1,4 @@
-#include "qel/math/QelLUInverse.h"
+#include "qel/math/detail/QelLUInverse.h"
 #include "qel/math/QelMatrix3.h"
 #include "qel/math/QelMatrix4.h"
 #include "tests/support/QelTestApp.h"
@@ -340,6 +340,38 @@ TEST(QelMatrix4, QuaternionAndAxisAngle)
     EXPECT_LT(folded.w, 180.0f);
     // No rotation: a zero axis (the root is below the threshold) and angle 0.
     EXPECT_EQ(QelMatrix4(true).ConvertToAxisAngle(), QelVec4(0, 0, 0, 0));
+}
+
+// Near a half turn 1 + trace is rounding noise; the conversion must take a branch that is well
+// conditioned there, or the angle comes back far from 180 (111 degrees for this axis once).
+TEST(QelMatrix4, RotationsWithinAThousandthOfADegreeOfAHalfTurnComeBack)
+{
+    QelMatrix4 half;
+    half.Rotate(QelVec3(0.6f, 0.8f, 0.0f), 180.0f);
+    const QelVec4 aa = half.ConvertToAxisAngle();
+    EXPECT_NEAR(aa.w, 180.0f, 0.05f);
+    EXPECT_NEAR(std::fabs(aa.x), 0.6f, 1e-3f);
+    EXPECT_NEAR(std::fabs(aa.y), 0.8f, 1e-3f);
+
+    std::mt19937 gen(180);
+    std::uniform_real_distribution<float> coord(-1.0f, 1.0f), offset(-0.001f, 0.001f);
+    for (int i = 0; i < 2000; ++i)
+    {
+        QelVec3 axis(coord(gen), coord(gen), coord(gen));
+        if (axis.Magnitude() < 0.1f)
+            continue;
+        axis.Normalize();
+        const float fAngle = 180.0f + offset(gen);
+        QelMatrix4 m, rebuilt;
+        m.Rotate(QelVec4(axis.x, axis.y, axis.z, fAngle));
+        const QelVec4 back = m.ConvertToAxisAngle();
+        SCOPED_TRACE(testing::Message() << "axis " << axis.String() << " angle " << fAngle);
+        EXPECT_NEAR(back.w, fAngle > 180.0f ? 360.0f - fAngle : fAngle, 0.05f);
+        rebuilt.Rotate(back);
+        ExpectNear(rebuilt, m, 1e-4f);
+        const QelVec4 q = m.ConvertToQuaternion();
+        EXPECT_NEAR(q.Magnitude(), 1.0f, 1e-5f);
+    }
 }
 
 TEST(QelMatrix, TextForms)

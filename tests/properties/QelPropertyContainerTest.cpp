@@ -299,6 +299,34 @@ TEST(QelNoDangling, DeletingPropertiesClearsEveryLink)
     EXPECT_EQ(cap.Errors(), 0u);
 }
 
+// A host that deletes an owned property itself must not leave the container a dangling entry
+// (its destructor would free the property again): run under AddressSanitizer in make test SANITIZE=1.
+TEST(QelNoDangling, DeletingAnOwnedPropertyDirectly)
+{
+    QelCapture cap;
+    {
+        Named c("Box01");
+        HostLink link;
+        QelProperty* pA = c.CreateProperty("A", eDataReal, true);
+        c.CreateProperty("B", eDataInteger, false);
+        QelMultiProperty* pGroup = c.CreateMultiPropertyGroup("G", {"x", "y"}, {eDataReal, eDataReal}, false);
+        c.SetIndependentProperty(pA);
+        link.Hold(pA);
+        delete pA;
+        EXPECT_EQ(c.GetProperty("A"), nullptr);
+        EXPECT_EQ(c.GetIndependentProperty(), nullptr);
+        EXPECT_EQ(link.m_nNotices, 1);
+        EXPECT_EQ(Names(c), (Texts{"B", "G", "G:x", "G:y"}));
+        delete c.GetProperty("G:x");
+        EXPECT_EQ(pGroup->GetChildCount(), 1);
+        delete pGroup;
+        EXPECT_EQ(Names(c), (Texts{"B", "G:y"}));
+        // The name is free again.
+        EXPECT_NE(c.CreateProperty("A", eDataReal, true), nullptr);
+    }
+    EXPECT_EQ(cap.Errors(), 0u);
+}
+
 TEST(QelNoDangling, DeletingContainersInEitherOrder)
 {
     QelCapture cap;

@@ -1,24 +1,16 @@
 #include "tests/support/QelTestApp.h"
 
-#include "qel/platform/QelString.h"
+#include "qel/framework/QelObjectMessage.h"
 
 #include <cstdarg>
-#include <cstring>
 
 void QelTestApp::PrintToConsole(const char* pFormat, ...) const
 {
     if (!pFormat)
         return;
-    size_t n = std::strlen(pFormat);
-    static const char kFlush[] = "<flush>";
-    if (n >= sizeof(kFlush) - 1 && std::strcmp(pFormat + n - (sizeof(kFlush) - 1), kFlush) == 0)
-    {
-        m_vMessages.emplace_back(pFormat);
-        return;
-    }
     va_list args;
     va_start(args, pFormat);
-    m_vMessages.push_back(QelFormatV(pFormat, args));
+    m_vMessages.push_back(QelConsoleText(pFormat, args));
     va_end(args);
 }
 

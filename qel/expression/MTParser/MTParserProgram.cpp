@@ -1,8 +1,9 @@
 #include "qel/expression/MTParser/MTParserProgram.h"
 
-#include "qel/expression/MTParser/MTParserExecute.h"
-#include "qel/expression/MTParser/MTParserNative.h"
+#include "qel/expression/MTParser/detail/MTParserExecute.h"
+#include "qel/expression/MTParser/detail/MTParserNative.h"
 #include "qel/platform/QelRandom.h"
+#include "qel/platform/detail/QelExecutableMemory.h"
 
 #include <cstring>
 #include <limits>
@@ -94,6 +95,11 @@ int Arity(unsigned int nCode)
 } // namespace MTParserDetail
 
 MTParserProgram::MTParserProgram() : m_pResult(&m_fZero) {}
+
+bool MTParserProgram::IsNativeCodeSupported()
+{
+    return QelNativeCodeSupported();
+}
 
 MTParserProgram::~MTParserProgram()
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "qel/platform/QelExecutableMemory.h"
 #include "qel/platform/QelExport.h"
+#include "qel/platform/detail/QelCodeBlock.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -92,6 +92,8 @@ public:
     bool GetDirectEvaluation(MTNodeFn& pfnEval, const MTNode*& pArg) const;
     /// True when the program runs as native code.
     bool HasNativeCode() const { return m_pfnNative != nullptr; }
+    /// True when this platform lets compiled programs run as native code at all.
+    static bool IsNativeCodeSupported();
 
     /// True once a compilation succeeded.
     bool IsCompiled() const { return m_bCompiled; }

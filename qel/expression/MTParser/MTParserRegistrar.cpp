@@ -3,7 +3,7 @@
 #include "qel/expression/MTParser/MTExceptions.h"
 #include "qel/expression/MTParser/MTFunctionI.h"
 #include "qel/expression/MTParser/MTOperatorI.h"
-#include "qel/expression/MTParser/MTParserBuiltins.h"
+#include "qel/expression/MTParser/detail/MTParserBuiltins.h"
 #include "qel/expression/MTParser/MTVariableI.h"
 
 #include <cctype>

@@ -2,7 +2,7 @@
 
 // Internal to the library: the matrix inversion shared by QelMatrix3 and QelMatrix4.
 
-#include "qel/platform/QelSimd.h"
+#include "qel/platform/detail/QelSimd.h"
 
 #include <cfloat>
 #include <cmath>

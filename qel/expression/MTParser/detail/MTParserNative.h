@@ -3,7 +3,7 @@
 // Native code for compiled programs. Internal to the library.
 
 #include "qel/expression/MTParser/MTParserProgram.h"
-#include "qel/platform/QelExecutableMemory.h"
+#include "qel/platform/detail/QelExecutableMemory.h"
 
 #include <deque>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "qel/expression/MTParser/MTParserBuiltins.h"
+#include "qel/expression/MTParser/detail/MTParserBuiltins.h"
 
 namespace
 {

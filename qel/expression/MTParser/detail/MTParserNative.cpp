@@ -1,6 +1,7 @@
-#include "qel/expression/MTParser/MTParserNative.h"
+#include "qel/expression/MTParser/detail/MTParserNative.h"
 
-#include "qel/expression/MTParser/MTParserExecute.h"
+#include "qel/expression/MTParser/detail/MTParserExecute.h"
+#include "qel/expression/MTParser/detail/MTX64Assembler.h"
 
 #include <cstdint>
 #include <cstring>
@@ -65,29 +66,6 @@ const void* TargetOf(unsigned int nCode)
     }
 }
 
-// Opcodes after 0F of the scalar-double (F2) and packed-double (66) instructions used.
-enum : std::uint8_t
-{
-    kMovLoad = 0x10, kMovStore = 0x11, kSqrt = 0x51, kAnd = 0x54, kXor = 0x57, kAdd = 0x58, kMul = 0x59,
-    kSub = 0x5C, kMin = 0x5D, kDiv = 0x5E, kMax = 0x5F, kCmp = 0xC2, kMovAligned = 0x28
-};
-const std::uint8_t kScalar = 0xF2, kPacked = 0x66;
-// Predicates of cmpsd, chosen to match C++ comparisons of NaN.
-const int kCmpEq = 0, kCmpLt = 1, kCmpLe = 2, kCmpNeq = 4;
-
-enum ELoc
-{
-    eLocReg,   // an SSE register
-    eLocStack, // [rsp + n]
-    eLocPool,  // a 16-byte constant after the code, addressed relative to the instruction
-    eLocRax    // [rax + n], rax pointing near a variable
-};
-struct Loc
-{
-    ELoc e;
-    int n;
-};
-
 /// An operand of an instruction: a constant, a variable read through its address, or the value
 /// of an earlier instruction.
 struct Source
@@ -101,6 +79,7 @@ struct Source
 const int kFree = -1, kScratch = -2;
 const std::uint32_t kMaxFrame = 2048;
 
+/// Allocates registers and stack slots to the values of a program and emits its instructions.
 class Emitter
 {
 public:
@@ -115,37 +94,20 @@ public:
     std::vector<std::uint8_t> Finish(int nValue);
 
 private:
-    void Byte(std::uint8_t b) { m_vecCode.push_back(b); }
-    void Bytes32(std::uint32_t n)
-    {
-        for (int i = 0; i < 4; ++i)
-            Byte(static_cast<std::uint8_t>(n >> (8 * i)));
-    }
-    void Bytes64(std::uint64_t n)
-    {
-        Bytes32(static_cast<std::uint32_t>(n));
-        Bytes32(static_cast<std::uint32_t>(n >> 32));
-    }
-    int Pool(std::uint64_t nLow, std::uint64_t nHigh = 0);
-    int PoolDouble(double f)
+    typedef X64Assembler::SseOp SseOp;
+
+    X64Loc PoolDouble(double f)
     {
         std::uint64_t n;
         std::memcpy(&n, &f, sizeof n);
-        return Pool(n);
+        return {eX64Pool, m_cAsm.Pool(n)};
     }
-    /// An SSE instruction: register destination nReg, source src, optional immediate byte.
-    void Sse(std::uint8_t nPrefix, std::uint8_t nOp, int nReg, const Loc& src, int nImm = -1);
-    void MovRax(const void* p)
-    {
-        Byte(0x48);
-        Byte(0xB8);
-        Bytes64(reinterpret_cast<std::uintptr_t>(p));
-    }
+    void MovRax(const void* p) { m_cAsm.MovRax(reinterpret_cast<std::uintptr_t>(p)); }
 
     int NewSlot();
     void Spill(int nReg);
     int AllocReg();
-    Loc Use(const Source& s);
+    X64Loc Use(const Source& s);
     void Release(const Source& s);
     int Materialize(const Source& s);
     void Define(int nValue, int nReg)
@@ -155,19 +117,11 @@ private:
     }
     bool InReg(const Source& s) const { return s.eKind == Source::eValue && m_vecRegOf[s.nValue] >= 0; }
 
-    void Binary(std::uint8_t nOp, const Source& a, const Source& b, int nValue);
-    void Compare(int nPredicate, const Source& a, const Source& b, int nValue);
+    void Binary(SseOp pfnOp, const Source& a, const Source& b, int nValue);
+    void Compare(EX64Compare ePredicate, const Source& a, const Source& b, int nValue);
     void Call(const void* pTarget, const Source* pArgs, int nArity, int nValue);
 
-    std::vector<std::uint8_t> m_vecCode;
-    struct Fixup
-    {
-        size_t nAt;  // where the 32-bit displacement is
-        size_t nEnd; // end of its instruction, which the displacement is relative to
-        int nPool;
-    };
-    std::vector<Fixup> m_vecFixups;
-    std::vector<std::pair<std::uint64_t, std::uint64_t>> m_vecPool;
+    X64Assembler m_cAsm;
     int m_nOwner[16];
     std::vector<int> m_vecRegOf, m_vecSlotOf;
     std::vector<int> m_vecFreeSlots;
@@ -175,66 +129,6 @@ private:
     bool m_bCalls = false;
     const double* m_pRax = nullptr; // what rax holds, null when unknown
 };
-
-int Emitter::Pool(std::uint64_t nLow, std::uint64_t nHigh)
-{
-    for (size_t i = 0; i < m_vecPool.size(); ++i)
-        if (m_vecPool[i].first == nLow && m_vecPool[i].second == nHigh)
-            return static_cast<int>(i);
-    m_vecPool.emplace_back(nLow, nHigh);
-    return static_cast<int>(m_vecPool.size() - 1);
-}
-
-void Emitter::Sse(std::uint8_t nPrefix, std::uint8_t nOp, int nReg, const Loc& src, int nImm)
-{
-    Byte(nPrefix);
-    const std::uint8_t nRex =
-        static_cast<std::uint8_t>(0x40 | ((nReg & 8) ? 4 : 0) | ((src.e == eLocReg && (src.n & 8)) ? 1 : 0));
-    if (nRex != 0x40)
-        Byte(nRex);
-    Byte(0x0F);
-    Byte(nOp);
-    const int r = (nReg & 7) << 3;
-    switch (src.e)
-    {
-    case eLocReg: Byte(static_cast<std::uint8_t>(0xC0 | r | (src.n & 7))); break;
-    case eLocRax:
-        if (src.n == 0)
-            Byte(static_cast<std::uint8_t>(r));
-        else if (src.n >= -128 && src.n < 128)
-        {
-            Byte(static_cast<std::uint8_t>(0x40 | r));
-            Byte(static_cast<std::uint8_t>(src.n));
-        }
-        else
-        {
-            Byte(static_cast<std::uint8_t>(0x80 | r));
-            Bytes32(static_cast<std::uint32_t>(src.n));
-        }
-        break;
-    case eLocStack:
-        if (src.n < 128)
-        {
-            Byte(static_cast<std::uint8_t>(0x44 | r));
-            Byte(0x24);
-            Byte(static_cast<std::uint8_t>(src.n));
-        }
-        else
-        {
-            Byte(static_cast<std::uint8_t>(0x84 | r));
-            Byte(0x24);
-            Bytes32(static_cast<std::uint32_t>(src.n));
-        }
-        break;
-    case eLocPool:
-        Byte(static_cast<std::uint8_t>(0x05 | r));
-        m_vecFixups.push_back({m_vecCode.size(), m_vecCode.size() + 4 + (nImm >= 0 ? 1 : 0), src.n});
-        Bytes32(0);
-        break;
-    }
-    if (nImm >= 0)
-        Byte(static_cast<std::uint8_t>(nImm));
-}
 
 int Emitter::NewSlot()
 {
@@ -251,7 +145,7 @@ void Emitter::Spill(int nReg)
 {
     const int nValue = m_nOwner[nReg];
     const int nSlot = NewSlot();
-    Sse(kScalar, kMovStore, nReg, {eLocStack, 8 * nSlot});
+    m_cAsm.MovsdStore({eX64Stack, 8 * nSlot}, nReg);
     m_vecSlotOf[nValue] = nSlot;
     m_vecRegOf[nValue] = -1;
     m_nOwner[nReg] = kFree;
@@ -277,11 +171,11 @@ int Emitter::AllocReg()
     return 0; // unreachable: at most three registers are scratch at once
 }
 
-Loc Emitter::Use(const Source& s)
+X64Loc Emitter::Use(const Source& s)
 {
     switch (s.eKind)
     {
-    case Source::eConst: return {eLocPool, PoolDouble(s.fConst)};
+    case Source::eConst: return PoolDouble(s.fConst);
     case Source::eMemory:
     {
         // Variables usually live close together: one address in rax reaches its neighbours too.
@@ -290,14 +184,14 @@ Loc Emitter::Use(const Source& s)
         {
             MovRax(s.pMemory);
             m_pRax = s.pMemory;
-            return {eLocRax, 0};
+            return {eX64Rax, 0};
         }
-        return {eLocRax, static_cast<int>(nDelta)};
+        return {eX64Rax, static_cast<int>(nDelta)};
     }
     default:
         if (m_vecRegOf[s.nValue] >= 0)
-            return {eLocReg, m_vecRegOf[s.nValue]};
-        return {eLocStack, 8 * m_vecSlotOf[s.nValue]};
+            return {eX64Reg, m_vecRegOf[s.nValue]};
+        return {eX64Stack, 8 * m_vecSlotOf[s.nValue]};
     }
 }
 
@@ -323,25 +217,25 @@ int Emitter::Materialize(const Source& s)
         return r;
     }
     const int r = AllocReg();
-    Sse(kScalar, kMovLoad, r, Use(s));
+    m_cAsm.Movsd(r, Use(s));
     Release(s);
     return r;
 }
 
-void Emitter::Binary(std::uint8_t nOp, const Source& a, const Source& b, int nValue)
+void Emitter::Binary(SseOp pfnOp, const Source& a, const Source& b, int nValue)
 {
     const int r = Materialize(a);
-    Sse(kScalar, nOp, r, Use(b));
+    (m_cAsm.*pfnOp)(r, Use(b));
     Release(b);
     Define(nValue, r);
 }
 
-void Emitter::Compare(int nPredicate, const Source& a, const Source& b, int nValue)
+void Emitter::Compare(EX64Compare ePredicate, const Source& a, const Source& b, int nValue)
 {
     const int r = Materialize(a);
-    Sse(kScalar, kCmp, r, Use(b), nPredicate);
+    m_cAsm.Cmpsd(r, Use(b), ePredicate);
     Release(b);
-    Sse(kPacked, kAnd, r, {eLocPool, PoolDouble(1.0)});
+    m_cAsm.Andpd(r, PoolDouble(1.0));
     Define(nValue, r);
 }
 
@@ -360,16 +254,15 @@ void Emitter::Call(const void* pTarget, const Source* pArgs, int nArity, int nVa
     if (nArity == 1 && InReg(pArgs[0]))
     {
         if (m_vecRegOf[pArgs[0].nValue] != 0)
-            Sse(kPacked, kMovAligned, 0, Use(pArgs[0]));
+            m_cAsm.Movapd(0, Use(pArgs[0]));
     }
     else
         for (int i = 0; i < nArity; ++i)
-            Sse(kScalar, kMovLoad, i, Use(pArgs[i]));
+            m_cAsm.Movsd(i, Use(pArgs[i]));
     for (int i = 0; i < nArity; ++i)
         Release(pArgs[i]);
     MovRax(pTarget);
-    Byte(0xFF); // call rax
-    Byte(0xD0);
+    m_cAsm.CallRax();
     m_pRax = nullptr; // the callee may have changed it
     m_bCalls = true;
     Define(nValue, 0);
@@ -377,6 +270,7 @@ void Emitter::Call(const void* pTarget, const Source* pArgs, int nArity, int nVa
 
 void Emitter::Instruction(unsigned int nOp, const Source* a, int nArity, int nValue)
 {
+    const X64Assembler::SseOp kAdd = &X64Assembler::Addsd, kMul = &X64Assembler::Mulsd;
     switch (nOp)
     {
     // Sums and products commute exactly (only which of two NaNs survives may change): a value
@@ -389,19 +283,19 @@ void Emitter::Instruction(unsigned int nOp, const Source* a, int nArity, int nVa
         if (!InReg(a[0]) && InReg(a[1]))
             return Binary(kMul, a[1], a[0], nValue);
         return Binary(kMul, a[0], a[1], nValue);
-    case eMTSub: return Binary(kSub, a[0], a[1], nValue);
-    case eMTDiv: return Binary(kDiv, a[0], a[1], nValue);
+    case eMTSub: return Binary(&X64Assembler::Subsd, a[0], a[1], nValue);
+    case eMTDiv: return Binary(&X64Assembler::Divsd, a[0], a[1], nValue);
     // minsd/maxsd return their second operand unless the first is strictly smaller/larger, which is
     // b < a ? b : a and a < b ? b : a with b first.
-    case eMTMin2: return Binary(kMin, a[1], a[0], nValue);
-    case eMTMax2: return Binary(kMax, a[1], a[0], nValue);
-    case eMTGreater: return Compare(kCmpLt, a[1], a[0], nValue);
-    case eMTLess: return Compare(kCmpLt, a[0], a[1], nValue);
-    case eMTGreaterEqual: return Compare(kCmpLe, a[1], a[0], nValue);
-    case eMTLessEqual: return Compare(kCmpLe, a[0], a[1], nValue);
-    case eMTEqual: return Compare(kCmpEq, a[0], a[1], nValue);
-    case eMTNotEqual: return Compare(kCmpNeq, a[0], a[1], nValue);
-    case eMTNot: return Compare(kCmpEq, a[0], Source{Source::eConst, 0.0, nullptr, 0}, nValue);
+    case eMTMin2: return Binary(&X64Assembler::Minsd, a[1], a[0], nValue);
+    case eMTMax2: return Binary(&X64Assembler::Maxsd, a[1], a[0], nValue);
+    case eMTGreater: return Compare(eX64Less, a[1], a[0], nValue);
+    case eMTLess: return Compare(eX64Less, a[0], a[1], nValue);
+    case eMTGreaterEqual: return Compare(eX64LessEqual, a[1], a[0], nValue);
+    case eMTLessEqual: return Compare(eX64LessEqual, a[0], a[1], nValue);
+    case eMTEqual: return Compare(eX64Equal, a[0], a[1], nValue);
+    case eMTNotEqual: return Compare(eX64NotEqual, a[0], a[1], nValue);
+    case eMTNot: return Compare(eX64Equal, a[0], Source{Source::eConst, 0.0, nullptr, 0}, nValue);
     case eMTRadToDeg: return Binary(kMul, a[0], Source{Source::eConst, kRadToDeg, nullptr, 0}, nValue);
     case eMTDegToRad: return Binary(kMul, a[0], Source{Source::eConst, kDegToRad, nullptr, 0}, nValue);
     case eMTNeg:
@@ -409,7 +303,10 @@ void Emitter::Instruction(unsigned int nOp, const Source* a, int nArity, int nVa
     {
         const int r = Materialize(a[0]);
         const std::uint64_t nSign = std::uint64_t(1) << 63;
-        Sse(kPacked, nOp == eMTNeg ? kXor : kAnd, r, {eLocPool, Pool(nOp == eMTNeg ? nSign : ~nSign)});
+        if (nOp == eMTNeg)
+            m_cAsm.Xorpd(r, {eX64Pool, m_cAsm.Pool(nSign)});
+        else
+            m_cAsm.Andpd(r, {eX64Pool, m_cAsm.Pool(~nSign)});
         return Define(nValue, r);
     }
     case eMTSqrt:
@@ -417,11 +314,11 @@ void Emitter::Instruction(unsigned int nOp, const Source* a, int nArity, int nVa
         if (InReg(a[0]))
         {
             const int r = Materialize(a[0]);
-            Sse(kScalar, kSqrt, r, {eLocReg, r});
+            m_cAsm.Sqrtsd(r, {eX64Reg, r});
             return Define(nValue, r);
         }
         const int r = AllocReg();
-        Sse(kScalar, kSqrt, r, Use(a[0]));
+        m_cAsm.Sqrtsd(r, Use(a[0]));
         Release(a[0]);
         return Define(nValue, r);
     }
@@ -430,17 +327,17 @@ void Emitter::Instruction(unsigned int nOp, const Source* a, int nArity, int nVa
     case eMTSumSquares:
     {
         const int r = Materialize(a[0]);
-        Sse(kScalar, kMul, r, {eLocReg, r});
+        m_cAsm.Mulsd(r, {eX64Reg, r});
         if (nOp == eMTSquareAdd)
         {
-            Sse(kScalar, kAdd, r, Use(a[1]));
+            m_cAsm.Addsd(r, Use(a[1]));
             Release(a[1]);
         }
         if (nOp == eMTSumSquares)
         {
             const int t = Materialize(a[1]);
-            Sse(kScalar, kMul, t, {eLocReg, t});
-            Sse(kScalar, kAdd, r, {eLocReg, t});
+            m_cAsm.Mulsd(t, {eX64Reg, t});
+            m_cAsm.Addsd(r, {eX64Reg, t});
             m_nOwner[t] = kFree;
         }
         return Define(nValue, r);
@@ -448,9 +345,9 @@ void Emitter::Instruction(unsigned int nOp, const Source* a, int nArity, int nVa
     case eMTMulAdd:
     {
         const int r = Materialize(a[0]);
-        Sse(kScalar, kMul, r, Use(a[1]));
+        m_cAsm.Mulsd(r, Use(a[1]));
         Release(a[1]);
-        Sse(kScalar, kAdd, r, Use(a[2]));
+        m_cAsm.Addsd(r, Use(a[2]));
         Release(a[2]);
         return Define(nValue, r);
     }
@@ -462,45 +359,16 @@ std::vector<std::uint8_t> Emitter::Finish(int nValue)
 {
     const Source cResult{Source::eValue, 0.0, nullptr, nValue};
     if (!InReg(cResult))
-        Sse(kScalar, kMovLoad, 0, Use(cResult));
+        m_cAsm.Movsd(0, Use(cResult));
     else if (m_vecRegOf[nValue] != 0)
-        Sse(kPacked, kMovAligned, 0, Use(cResult));
+        m_cAsm.Movapd(0, Use(cResult));
     // The stack is 16-byte aligned at calls: the return address takes 8 bytes.
     std::uint32_t nFrame = static_cast<std::uint32_t>(8 * m_nSlots);
     if (m_bCalls && nFrame % 16 == 0)
         nFrame += 8;
-    std::vector<std::uint8_t> vecOut;
     if (nFrame > kMaxFrame)
-        return vecOut; // the code does not probe the stack, so it never moves it past a guard page
-    const std::uint8_t kSubRsp[3] = {0x48, 0x81, 0xEC}, kAddRsp[3] = {0x48, 0x81, 0xC4};
-    auto Frame = [&](const std::uint8_t* pOp) {
-        vecOut.insert(vecOut.end(), pOp, pOp + 3);
-        for (int i = 0; i < 4; ++i)
-            vecOut.push_back(static_cast<std::uint8_t>(nFrame >> (8 * i)));
-    };
-    if (nFrame)
-        Frame(kSubRsp);
-    const size_t nBody = vecOut.size();
-    vecOut.insert(vecOut.end(), m_vecCode.begin(), m_vecCode.end());
-    if (nFrame)
-        Frame(kAddRsp);
-    vecOut.push_back(0xC3); // ret
-    while (vecOut.size() % 16)
-        vecOut.push_back(0xCC);
-    const size_t nPool = vecOut.size();
-    for (const auto& p : m_vecPool)
-        for (std::uint64_t n : {p.first, p.second})
-            for (int i = 0; i < 8; ++i)
-                vecOut.push_back(static_cast<std::uint8_t>(n >> (8 * i)));
-    for (const Fixup& f : m_vecFixups)
-    {
-        const std::int64_t nDisp = static_cast<std::int64_t>(nPool + 16 * static_cast<size_t>(f.nPool)) -
-                                   static_cast<std::int64_t>(nBody + f.nEnd);
-        const std::uint32_t n = static_cast<std::uint32_t>(static_cast<std::int32_t>(nDisp));
-        for (int i = 0; i < 4; ++i)
-            vecOut[nBody + f.nAt + static_cast<size_t>(i)] = static_cast<std::uint8_t>(n >> (8 * i));
-    }
-    return vecOut;
+        return std::vector<std::uint8_t>(); // the code does not probe the stack, so it never moves it past a guard page
+    return m_cAsm.Link(nFrame);
 }
 } // namespace
 

@@ -1,4 +1,4 @@
-#include "qel/xml/QelXMLInterfaceDef.h"
+#include "qel/xml/detail/QelXMLInterfaceDef.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>

@@ -1,4 +1,4 @@
-#include "qel/platform/QelExecutableMemory.h"
+#include "qel/platform/detail/QelExecutableMemory.h"
 
 #if defined(__linux__) && defined(__x86_64__)
 #  include <sys/mman.h>
