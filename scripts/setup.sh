@@ -10,6 +10,7 @@ PACKAGES=(
   libdevil-dev lib3ds-dev uuid-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libglm-dev libmuparser-dev
+  libftgl-dev libfreetype-dev libfontconfig-dev fonts-dejavu-core
 )
 
 missing=()
