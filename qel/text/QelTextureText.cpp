@@ -16,11 +16,14 @@ QelTextureText::QelTextureText(const std::string& strUtf8) : QelTextureText()
 
 void QelTextureText::DrawGlyphs()
 {
-    // The font enables texturing and blending itself; the rest is restored here.
-    glPushAttrib(GL_ENABLE_BIT | GL_CURRENT_BIT | GL_COLOR_BUFFER_BIT);
-    glDisable(GL_LIGHTING);
+    // The font saves and sets texturing and blending itself. Lighting is switched off only when it
+    // is on, so that a run of texts changes no state between one another.
+    const bool bLighting = glIsEnabled(GL_LIGHTING);
+    if (bLighting)
+        glDisable(GL_LIGHTING);
     const QelVec4& v = GetDrawColor();
     glColor4f(v.x, v.y, v.z, v.w);
     DrawLines();
-    glPopAttrib();
+    if (bLighting)
+        glEnable(GL_LIGHTING);
 }
