@@ -123,42 +123,18 @@ void BM_QelTextureLabels(benchmark::State& state)
 }
 BENCHMARK(BM_QelTextureLabels)->Unit(benchmark::kMillisecond);
 
-void BM_FtglBitmapLabels(benchmark::State& state)
+/// The peer: one FTGL font of type TFont, each label drawn by fnPlace (which sets its position) and
+/// the font's own Render.
+template <class TFont, class FPlace>
+void DrawWithFtgl(benchmark::State& state, const FPlace& fnPlace)
 {
     if (!Ready(state))
         return;
-    FTBitmapFont cFont(FontFile().c_str());
+    TFont cFont(FontFile().c_str());
     cFont.FaceSize(kPixels);
     std::vector<std::string> vText;
     for (int i = 0; i < kLabels; ++i)
         vText.push_back(LabelText(i));
-    for (auto _ : state)
-    {
-        BeginFrame();
-        glColor3f(1, 1, 1);
-        for (int i = 0; i < kLabels; ++i)
-        {
-            float x, y;
-            LabelPosition(i, x, y);
-            glRasterPos2f(x, y);
-            cFont.Render(vText[size_t(i)].c_str());
-        }
-        glFinish();
-    }
-    state.counters["labels/s"] = benchmark::Counter(double(kLabels), benchmark::Counter::kIsIterationInvariantRate);
-}
-BENCHMARK(BM_FtglBitmapLabels)->Unit(benchmark::kMillisecond);
-
-void BM_FtglTextureLabels(benchmark::State& state)
-{
-    if (!Ready(state))
-        return;
-    FTTextureFont cFont(FontFile().c_str());
-    cFont.FaceSize(kPixels);
-    std::vector<std::string> vText;
-    for (int i = 0; i < kLabels; ++i)
-        vText.push_back(LabelText(i));
-    const float fScale = kSceneHeight / float(kPixels);
     for (auto _ : state)
     {
         BeginFrame();
@@ -168,14 +144,28 @@ void BM_FtglTextureLabels(benchmark::State& state)
             float x, y;
             LabelPosition(i, x, y);
             glPushMatrix();
-            glTranslatef(x, y, 0.0f);
-            glScalef(fScale, fScale, fScale);
+            fnPlace(x, y);
             cFont.Render(vText[size_t(i)].c_str());
             glPopMatrix();
         }
         glFinish();
     }
     state.counters["labels/s"] = benchmark::Counter(double(kLabels), benchmark::Counter::kIsIterationInvariantRate);
+}
+
+void BM_FtglBitmapLabels(benchmark::State& state)
+{
+    DrawWithFtgl<FTBitmapFont>(state, [](float x, float y) { glRasterPos2f(x, y); });
+}
+BENCHMARK(BM_FtglBitmapLabels)->Unit(benchmark::kMillisecond);
+
+void BM_FtglTextureLabels(benchmark::State& state)
+{
+    const float fScale = kSceneHeight / float(kPixels);
+    DrawWithFtgl<FTTextureFont>(state, [fScale](float x, float y) {
+        glTranslatef(x, y, 0.0f);
+        glScalef(fScale, fScale, fScale);
+    });
 }
 BENCHMARK(BM_FtglTextureLabels)->Unit(benchmark::kMillisecond);
 
