@@ -33,14 +33,11 @@ void QelBitmapText::DrawGlyphs()
         glDisable(GL_TEXTURE_2D);
     if (bDepth)
         glDisable(GL_DEPTH_TEST);
-    GLfloat aColor[4];
-    glGetFloatv(GL_CURRENT_COLOR, aColor);
     const QelVec4& v = GetDrawColor();
     // The raster color is taken from the current color when the position is set.
     glColor4f(v.x, v.y, v.z, v.w);
     glRasterPos3f(0.0f, 0.0f, 0.0f);
     DrawLines();
-    glColor4fv(aColor);
     if (bLighting)
         glEnable(GL_LIGHTING);
     if (bTexture)

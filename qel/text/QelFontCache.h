@@ -13,7 +13,7 @@ class QEL_EXPORT QelFontCache
 {
 public:
     /// Tallest font loaded, in pixels; taller requests are clamped to it with a warning.
-    static const int kMaxHeight = 1024;
+    static constexpr int kMaxHeight = 1024;
 
     /// The file and family that cFont resolves to. A family that is not installed falls back to the
     /// library's fallback family with a warning naming both; a non-positive height, a configuration

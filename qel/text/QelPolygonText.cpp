@@ -27,7 +27,7 @@ float QelPolygonText::GetDepth()
 
 void QelPolygonText::DrawGlyphs()
 {
-    glPushAttrib(GL_ENABLE_BIT | GL_CURRENT_BIT | GL_LIGHTING_BIT);
+    glPushAttrib(GL_ENABLE_BIT | GL_LIGHTING_BIT);
     // The glyphs are scaled from font pixels, so their normals need renormalising for the lights.
     glEnable(GL_NORMALIZE);
     glEnable(GL_COLOR_MATERIAL);

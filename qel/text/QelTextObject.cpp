@@ -377,23 +377,8 @@ float QelTextObject::GetUnitsPerPixel()
 void QelTextObject::Draw()
 {
     Update();
-    if (!m_pDef->m_pDraw || !m_pDef->m_cLayout.m_cInk.IsValid())
-        return;
-    if (m_pDef->m_eKind == eKindBitmap)
-    {
+    if (m_pDef->m_pDraw && m_pDef->m_cLayout.m_cInk.IsValid())
         DrawGlyphs();
-        return;
-    }
-    // Glyph vertices leave their color, normal and texture coordinate behind, and not every driver
-    // restores those from the attribute stack (Mesa keeps the last vertex's): put them back by hand.
-    GLfloat aColor[4], aNormal[4], aTexCoord[4];
-    glGetFloatv(GL_CURRENT_COLOR, aColor);
-    glGetFloatv(GL_CURRENT_NORMAL, aNormal);
-    glGetFloatv(GL_CURRENT_TEXTURE_COORDS, aTexCoord);
-    DrawGlyphs();
-    glColor4fv(aColor);
-    glNormal3fv(aNormal);
-    glTexCoord4fv(aTexCoord);
 }
 
 void QelTextObject::DrawLines()

@@ -66,7 +66,7 @@ public:
     };
 
     /// Longest text, in bytes, that is laid out; longer text is refused with a warning.
-    static const size_t kMaxTextBytes = 65536;
+    static constexpr size_t kMaxTextBytes = 65536;
 
     /// Copies the properties (and so the text, font and alignment); the layout is made anew.
     QelTextObject(const QelTextObject& other);
@@ -118,7 +118,9 @@ protected:
     explicit QelTextObject(EKind eKind);
     /// Makes one of the kind-specific properties with its default.
     void AddTextProperty(ETextProperty eProperty);
-    /// Sets the OpenGL state of the kind and calls DrawLines. Only called when there is text to draw.
+    /// Sets the OpenGL state of the kind and calls DrawLines; switches come back as they were, while
+    /// the current color (and normal and texture coordinate) is left as the glyphs set it, as any
+    /// fixed-function drawing leaves it. Only called when there is text to draw.
     virtual void DrawGlyphs() = 0;
     /// Renders every line at its place: at the current raster position in pixels for bitmap text,
     /// in scene units (the modelview scaled by GetUnitsPerPixel) for the others.

@@ -297,29 +297,44 @@ TEST(QelTextGL, DrawingLeavesTheStateAsItWas)
         BeginPixelFrame();
         glEnable(GL_DEPTH_TEST);
         glEnable(GL_LIGHTING);
-        glColor4f(0.25f, 0.5f, 0.75f, 1.0f);
-        glNormal3f(0.0f, 1.0f, 0.0f);
-        glTexCoord2f(0.5f, 0.25f);
+        glEnable(GL_TEXTURE_2D);
         pText->Render();
-        GLfloat aColor[4], aNormal[3], aTexCoord[4];
-        glGetFloatv(GL_CURRENT_COLOR, aColor);
-        glGetFloatv(GL_CURRENT_NORMAL, aNormal);
-        glGetFloatv(GL_CURRENT_TEXTURE_COORDS, aTexCoord);
-        EXPECT_EQ(aNormal[1], 1.0f);
-        EXPECT_EQ(aTexCoord[0], 0.5f);
         EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
         EXPECT_TRUE(glIsEnabled(GL_LIGHTING));
+        EXPECT_TRUE(glIsEnabled(GL_TEXTURE_2D));
         EXPECT_FALSE(glIsEnabled(GL_BLEND));
-        EXPECT_FALSE(glIsEnabled(GL_TEXTURE_2D));
         EXPECT_FALSE(glIsEnabled(GL_COLOR_MATERIAL));
-        EXPECT_EQ(aColor[1], 0.5f);
         GLint nDepth = 0;
         glGetIntegerv(GL_MODELVIEW_STACK_DEPTH, &nDepth);
         EXPECT_EQ(nDepth, 1);
         glDisable(GL_DEPTH_TEST);
         glDisable(GL_LIGHTING);
+        glDisable(GL_TEXTURE_2D);
         EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
     }
+}
+
+TEST(QelTextGL, LabelsDrawOverTheSceneUnlessAskedNotTo)
+{
+    QEL_REQUIRE_GL_SIZED(kWidth, kHeight);
+    QelBitmapText label("Covered");
+    label.SetTranslation(QelVec3(20, 40, 0));
+    bool aDrawn[2] = {false, false};
+    for (int i = 0; i < 2; ++i)
+    {
+        label.GetProperty("Text:Always on top")->SetAsBool(i == 0);
+        // A depth buffer at its nearest everywhere stands for something in front of the label.
+        BeginPixelFrame();
+        glClearDepth(0.0);
+        glClear(GL_DEPTH_BUFFER_BIT);
+        glEnable(GL_DEPTH_TEST);
+        label.Render();
+        glDisable(GL_DEPTH_TEST);
+        glClearDepth(1.0);
+        aDrawn[i] = FindLit().Any();
+    }
+    EXPECT_TRUE(aDrawn[0]);
+    EXPECT_FALSE(aDrawn[1]);
 }
 
 TEST(QelTextGL, TextureFontsSurviveAClearOfTheCache)

@@ -20,8 +20,15 @@ struct Match
     QelResolvedFont cFont;
 };
 
+/// The configuration is the library's own (not fontconfig's current one), so freeing it at exit
+/// leaves a host's own use of fontconfig alone.
 struct ResolverState
 {
+    ~ResolverState()
+    {
+        if (pConfig)
+            FcConfigDestroy(pConfig);
+    }
     bool bConfigTried = false;
     FcConfig* pConfig = nullptr;
     std::map<QelLogicalFont, Match> mapMatches;
