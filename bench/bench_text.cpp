@@ -159,6 +159,18 @@ void BM_FtglBitmapLabels(benchmark::State& state)
 }
 BENCHMARK(BM_FtglBitmapLabels)->Unit(benchmark::kMillisecond);
 
+/// The same with each label under its own translation, as a scene of labelled objects places them:
+/// the changed matrix makes the driver revalidate its state before the raster position, a cost a
+/// label in the scene graph cannot avoid.
+void BM_FtglBitmapLabelsTranslated(benchmark::State& state)
+{
+    DrawWithFtgl<FTBitmapFont>(state, [](float x, float y) {
+        glTranslatef(x, y, 0.0f);
+        glRasterPos2f(0.0f, 0.0f);
+    });
+}
+BENCHMARK(BM_FtglBitmapLabelsTranslated)->Unit(benchmark::kMillisecond);
+
 void BM_FtglTextureLabels(benchmark::State& state)
 {
     const float fScale = kSceneHeight / float(kPixels);
