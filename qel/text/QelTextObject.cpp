@@ -289,9 +289,8 @@ void QelTextObject::Rebuild()
                      QelFontCache::kMaxHeight);
         cFont.m_nHeight = QelFontCache::kMaxHeight;
     }
-    const QelProperty* pSceneHeight = d.m_pTable[eTextSceneHeight];
-    d.m_fUnitsPerPixel =
-        pSceneHeight ? float(d.m_pTable[eTextSceneHeight]->GetAsDouble()) / float(cFont.m_nHeight) : 1.0f;
+    QelProperty* pSceneHeight = d.m_pTable[eTextSceneHeight];
+    d.m_fUnitsPerPixel = pSceneHeight ? float(pSceneHeight->GetAsDouble()) / float(cFont.m_nHeight) : 1.0f;
 
     std::string strFile = GetFontFile();
     if (strFile.empty())
