@@ -8,6 +8,7 @@
 #include "qel/platform/QelGuid.h"
 #include "qel/platform/QelHandles.h"
 #include "qel/platform/QelOffscreenContext.h"
+#include "qel/platform/QelLogicalFont.h"
 #include "qel/platform/QelRandom.h"
 #include "qel/platform/QelString.h"
 #include "qel/platform/QelTimer.h"
@@ -73,6 +74,13 @@
 #include "qel/display/QelKeyState.h"
 #include "qel/display/QelMouseState.h"
 #include "qel/display/QelTransform.h"
+
+// text
+#include "qel/text/QelBitmapText.h"
+#include "qel/text/QelFontCache.h"
+#include "qel/text/QelPolygonText.h"
+#include "qel/text/QelTextObject.h"
+#include "qel/text/QelTextureText.h"
 
 // util
 #include "qel/util/QelTextScanner.h"

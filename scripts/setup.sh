@@ -11,6 +11,7 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libglm-dev libmuparser-dev
   libglfw3-dev libimgui-dev xvfb xauth doxygen
+  libftgl-dev libfreetype-dev libfontconfig-dev fonts-dejavu-core
 )
 
 missing=()
