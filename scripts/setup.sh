@@ -9,7 +9,7 @@ PACKAGES=(
   libglew-dev libgl-dev libgl1-mesa-dev libglu1-mesa-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
   libdevil-dev lib3ds-dev uuid-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  libglm-dev libmuparser-dev
+  libglm-dev libmuparser-dev libtinyobjloader-dev libassimp-dev
 )
 
 missing=()
