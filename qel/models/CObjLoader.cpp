@@ -52,7 +52,7 @@ bool CObjLoader::Load(const std::string& strFile, QelModelData& data)
         log.Error("cannot be read");
         return false;
     }
-    QelObjParser parser(data, log, QelPath::Folder(strFile));
+    QelObjParser parser(data, log, QelPath::Folder(QelPath::Absolute(strFile)));
     return Finish(parser.Parse(file.Data(), file.Size(), &file), data);
 }
 
