@@ -42,6 +42,10 @@ QelModelFormat::~QelModelFormat()
 
 void QelModelFormat::Register(const std::string& strExtension)
 {
+    // The built-in loaders come first, so a host's loader for one of their extensions is the one
+    // refused, whenever it is made.
+    if (!QelBuiltInFormats::Started())
+        RegisterBuiltInFormats();
     FormatMap& map = Registry();
     if (map.count(strExtension))
     {

@@ -361,6 +361,8 @@ TEST(CObjLoader, BadInputIsReportedWithFileAndLine)
         {"UTF-16 without byte-order mark", std::string("v\0 \0" "0\0", 6), false,
          "<error>|is UTF-16 text; save it as UTF-8 or ASCII to read it"},
         {"truncated in a face", kTri + "f 1 2 3\nf 1 2", true, "<warning>|line 5: a face with 2 corners is skipped"},
+        {"face of a million corners", kTri + "f" + [] { std::string s; for (int i = 0; i <= (1 << 20); ++i) s += " 1"; return s; }() + "\nf 1 2 3\n",
+         true, "<warning>|line 4: an element of more than 1048576 corners is skipped"},
     };
     QelModelTempDir dir;
     const std::string strFile = dir.File("bad.obj");

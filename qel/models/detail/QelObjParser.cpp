@@ -21,6 +21,8 @@ const int32_t kFlatNormal = -2; // smoothing off: every face its own vertices
 const int32_t kFirstGroup = -3;
 const uint32_t kMaxGroup = 0x3FFFFFFF;
 const size_t kReleaseStep = size_t(32) << 20;
+/// Far beyond any real polygon; bounds the memory one statement can claim.
+const size_t kMaxCorners = size_t(1) << 20;
 
 uint32_t PackColor(float r, float g, float b)
 {
@@ -293,6 +295,11 @@ void QelObjParser::ParseElement(const char* p, const char* e, int nKind)
             m_log.Warn(m_nLine, "bad vertex reference; the element is skipped");
             return;
         }
+        if (m_vCorners.size() >= kMaxCorners)
+        {
+            m_log.Warn(m_nLine, QelFormat("an element of more than %zu corners is skipped", kMaxCorners));
+            return;
+        }
         m_vCorners.push_back(c);
     }
     if (!ResolveCorners(nKind))
@@ -304,15 +311,16 @@ void QelObjParser::ParseElement(const char* p, const char* e, int nKind)
     if (nKind == 1)
     {
         for (const Corner& c : m_vCorners)
-            mesh.m_vPoints.push_back(VertexFor(nMesh, c, kNoNormal));
+            mesh.m_vPoints.push_back(VertexFor(nMesh, c, c.n >= 0 ? int32_t(c.n) : kNoNormal));
         return;
     }
     if (nKind == 2)
     {
-        uint32_t nPrev = VertexFor(nMesh, m_vCorners[0], kNoNormal);
+        auto key = [](const Corner& c) { return c.n >= 0 ? int32_t(c.n) : kNoNormal; };
+        uint32_t nPrev = VertexFor(nMesh, m_vCorners[0], key(m_vCorners[0]));
         for (size_t i = 1; i < n; ++i)
         {
-            uint32_t nCur = VertexFor(nMesh, m_vCorners[i], kNoNormal);
+            uint32_t nCur = VertexFor(nMesh, m_vCorners[i], key(m_vCorners[i]));
             m_data.m_vMeshes[size_t(nMesh)].m_vLines.push_back(nPrev);
             m_data.m_vMeshes[size_t(nMesh)].m_vLines.push_back(nCur);
             nPrev = nCur;
