@@ -203,7 +203,7 @@ void BM_OwnFormat(benchmark::State& state, bool bWrite)
 {
     static QelModelData s_data;
     const std::string strZmf = "bench_models_data/grid_triangles.zmf";
-    if (s_data.Empty())
+    if (s_data.Empty() && (bWrite || FileSize(strZmf) <= 0))
         QelModelFormat::GetFileHandlerForFilename("x.obj")->Load(GridFile(false), s_data);
     QelModelFormat* pZmf = QelModelFormat::GetFileHandlerForFilename(strZmf);
     if (!bWrite && FileSize(strZmf) <= 0)

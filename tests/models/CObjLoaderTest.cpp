@@ -13,11 +13,15 @@
 
 namespace
 {
-/// Writes strText as strName into the folder and loads it.
+/// Writes strText as strName into the folder and loads it; what loads must also come back bit for
+/// bit from the own format (which writes no messages of its own).
 bool LoadText(const QelModelTempDir& dir, const std::string& strName, const std::string& strText, QelModelData& data)
 {
     QelModelFormat& loader = RegisteredLoader("obj");
-    return loader.Load(dir.Write(strName, strText), data);
+    bool bLoaded = loader.Load(dir.Write(strName, strText), data);
+    if (bLoaded)
+        ExpectOwnFormatRoundTrip(data, dir);
+    return bLoaded;
 }
 
 const char* const kCube = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0 0 1\nv 1 0 1\nv 1 1 1\nv 0 1 1\n"
@@ -127,7 +131,6 @@ TEST(CObjLoader, CubeMakesOneVertexPerDistinctTripleAndSplitsQuads)
     }
     ASSERT_EQ(data.m_vNodes.size(), 1u);
     EXPECT_EQ(data.m_vNodes[0].m_strName, "cube.obj");
-    ExpectOwnFormatRoundTrip(data, dir);
 }
 
 TEST(CObjLoader, EveryIndexFormReadsTheSameTriangle)
@@ -268,7 +271,6 @@ TEST(CObjLoader, LinesPointsColorsGroupsAndMaterialsMakeMeshesAndNodes)
     EXPECT_EQ(data.m_vNodes[2].m_vMeshes, (std::vector<int>{2}));
     EXPECT_EQ(data.NumLines(), 2u);
     EXPECT_EQ(data.NumPoints(), 2u);
-    ExpectOwnFormatRoundTrip(data, dir);
 }
 
 TEST(CObjLoader, SmoothingGroupsShareNormalsAndOffSplitsThem)
@@ -287,7 +289,6 @@ TEST(CObjLoader, SmoothingGroupsShareNormalsAndOffSplitsThem)
         EXPECT_GT(m.m_vNormals[0].z, 0.1f);
         EXPECT_NEAR(m.m_vNormals[0].Magnitude(), 1.0f, 1e-6f);
         EXPECT_EQ(m.m_vNormals[2], QelVec3(0, 0, 1));
-        ExpectOwnFormatRoundTrip(data, dir);
     }
     {
         SCOPED_TRACE("smoothing off");
