@@ -348,6 +348,7 @@ TEST(CObjLoader, BadInputIsReportedWithFileAndLine)
         {"too large for a float", "v 0 1e39 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", true,
          "<warning>|line 1: coordinate is not a finite number; 0 is used"},
         {"face of two corners", kTri + "f 1 2\nf 1 2 3\n", true, "<warning>|line 4: a face with 2 corners is skipped"},
+        {"lone letters", kTri + "f 1 2 3\nv", true, "<warning>|line 5: a vertex needs three coordinates; the missing ones are 0"},
         {"garbage in a face", kTri + "f 1 2 x\nf 1 2 3\n", true,
          "<warning>|line 4: bad vertex reference; the element is skipped"},
         {"unknown statement", kTri + "frobnicate 1\nf 1 2 3\n", true, "<warning>|line 4: unknown statement [frobnicate] skipped"},

@@ -162,11 +162,13 @@ void QelObjParser::ParseLine(const char* p, const char* e)
         return;
     const char c0 = *p;
     const char c1 = p + 1 < e ? p[1] : ' ';
+    // The common one-letter statements go straight to their readers; a lone letter has no arguments.
     const bool bShort = IsBlank(c1);
+    const char* pArgs = p + 1 < e ? p + 2 : e;
     if (c0 == 'v' && bShort)
-        return ParseVertex(p + 2, e);
+        return ParseVertex(pArgs, e);
     if (c0 == 'f' && bShort)
-        return ParseElement(p + 2, e, 3);
+        return ParseElement(pArgs, e, 3);
     if (c0 == 'v' && c1 == 't' && (p + 2 >= e || IsBlank(p[2])))
         return ParseTexCoord(p + 2, e);
     if (c0 == 'v' && c1 == 'n' && (p + 2 >= e || IsBlank(p[2])))
