@@ -8,6 +8,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -127,24 +128,25 @@ public:
             m_x.PopPosition();
             return;
         }
+        // The bytes grow with the chunks actually present, so a count that claims more than the
+        // document holds costs no more memory than the document.
         const size_t nBytes = size_t(nCount) * sizeof(T);
-        vOut.resize(size_t(nCount));
-        char* pOut = reinterpret_cast<char*>(vOut.data());
-        std::vector<char> vChunk;
-        size_t nDone = 0;
-        for (unsigned i = 0; i < nChunks && nDone < nBytes; ++i)
+        std::vector<char> vBytes, vChunk;
+        for (unsigned i = 0; i < nChunks && vBytes.size() < nBytes; ++i)
         {
-            const size_t nWant = nBytes - nDone < kChunk ? nBytes - nDone : kChunk;
+            const size_t nWant = std::min(nBytes - vBytes.size(), kChunk);
             vChunk.clear();
             if (!m_x.ReadData(ChunkName(i), vChunk) || vChunk.size() * 6 / 8 < nWant)
                 break;
-            std::memcpy(pOut + nDone, vChunk.data(), nWant);
-            nDone += nWant;
+            vBytes.insert(vBytes.end(), vChunk.begin(), vChunk.begin() + long(nWant));
         }
-        if (nDone != nBytes)
-        {
+        if (vBytes.size() != nBytes)
             Fail(QelFormat("[%s] holds fewer bytes than its count says", strName.c_str()));
-            vOut.clear();
+        else
+        {
+            vOut.resize(size_t(nCount));
+            if (nBytes)
+                std::memcpy(static_cast<void*>(vOut.data()), vBytes.data(), nBytes);
         }
         m_x.PopPosition();
     }
