@@ -268,6 +268,8 @@ TEST(CObjLoader, LinesPointsColorsGroupsAndMaterialsMakeMeshesAndNodes)
     EXPECT_EQ(data.m_vNodes[1].m_strName, "first");
     EXPECT_EQ(data.m_vNodes[1].m_nParent, 0);
     EXPECT_EQ(data.m_vNodes[1].m_vMeshes, (std::vector<int>{0, 1}));
+    EXPECT_EQ(data.m_vNodes[2].m_strName, "second part");
+    EXPECT_EQ(data.m_vNodes[2].m_nParent, 1); // a group belongs to the object before it
     EXPECT_EQ(data.m_vNodes[2].m_vMeshes, (std::vector<int>{2}));
     EXPECT_EQ(data.NumLines(), 2u);
     EXPECT_EQ(data.NumPoints(), 2u);

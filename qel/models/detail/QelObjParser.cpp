@@ -96,7 +96,6 @@ bool QelObjParser::Parse(const char* pData, size_t nSize, QelMappedFile* pFile)
     QelModelNode root;
     root.m_strName = QelPath::FileName(m_log.File());
     m_data.m_vNodes.push_back(root);
-    m_mapGroups[""] = 0;
 
     size_t nNextRelease = kReleaseStep;
     while (p < e)
@@ -185,7 +184,7 @@ void QelObjParser::ParseLine(const char* p, const char* e)
     else if (strWord == "v")
         ParseVertex(q, e);
     else if (strWord == "g" || strWord == "o")
-        SetGroup(ReadRest(q, e));
+        SetGroup(ReadRest(q, e), strWord == "o");
     else if (strWord == "usemtl")
         SetMaterial(ReadRest(q, e));
     else if (strWord == "mtllib")
@@ -479,17 +478,20 @@ void QelObjParser::EmitTriangle(int nMesh, uint32_t a, uint32_t b, uint32_t c, b
             mesh.m_vNormals[v] = mesh.m_vNormals[v] + n;
 }
 
-void QelObjParser::SetGroup(const std::string& strName)
+void QelObjParser::SetGroup(const std::string& strName, bool bObject)
 {
-    auto it = m_mapGroups.find(strName);
+    const int nParent = bObject ? 0 : m_nObject;
+    auto it = m_mapGroups.find(std::make_pair(nParent, strName));
     if (it == m_mapGroups.end())
     {
         QelModelNode node;
         node.m_strName = strName;
-        node.m_nParent = 0;
-        it = m_mapGroups.emplace(strName, int(m_data.m_vNodes.size())).first;
+        node.m_nParent = nParent;
+        it = m_mapGroups.emplace(std::make_pair(nParent, strName), int(m_data.m_vNodes.size())).first;
         m_data.m_vNodes.push_back(node);
     }
+    if (bObject)
+        m_nObject = it->second;
     m_nGroup = it->second;
     m_nMesh = -1;
 }

@@ -59,7 +59,8 @@ private:
     /// nKind 3 face, 2 line, 1 point.
     void ParseElement(const char* p, const char* e, int nKind);
     void ParseMaterialLibraries(const char* p, const char* e);
-    void SetGroup(const std::string& strName);
+    /// "o" names an object below the root; "g" a group below the current object.
+    void SetGroup(const std::string& strName, bool bObject);
     void SetMaterial(const std::string& strName);
     int CurrentMesh();
     bool ResolveCorners(int nKind);
@@ -82,8 +83,9 @@ private:
 
     std::vector<MeshState> m_vMeshState;
     std::map<std::pair<int, int>, int> m_mapMeshes; // (group, material) -> mesh
-    std::map<std::string, int> m_mapGroups;         // group name -> node
+    std::map<std::pair<int, std::string>, int> m_mapGroups; // (parent node, name) -> node
     QelMtlParser::SState m_cLibraries;
+    int m_nObject = 0;
     int m_nGroup = 0;
     int m_nMaterial = -1;
     int m_nMesh = -1;
