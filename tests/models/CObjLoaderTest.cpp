@@ -341,6 +341,8 @@ TEST(CObjLoader, BadInputIsReportedWithFileAndLine)
          "<warning>|line 5: vertex index 4 is out of range (1 to 3); the element is skipped"},
         {"negative index before the first", kTri + "f -4 1 2\nf 1 2 3\n", true,
          "<warning>|line 4: vertex index -4 is out of range (1 to 3); the element is skipped"},
+        {"texture index zero", kTri + "vt 0 0\nf 1/0 2/1 3/1\nf 1 2 3\n", true,
+         "<warning>|line 5: texture coordinate index 0 is out of range (1 to 1); the element is skipped"},
         {"normal index past the end", kTri + "vn 0 0 1\nf 1//2 2//1 3//1\nf 1 2 3\n", true,
          "<warning>|line 5: normal index 2 is out of range (1 to 1); the element is skipped"},
         {"huge index", kTri + "f 1 2 99999999999999999999\nf 1 2 3\n", true,

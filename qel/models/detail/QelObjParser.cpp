@@ -21,6 +21,8 @@ const int32_t kFlatNormal = -2; // smoothing off: every face its own vertices
 const int32_t kFirstGroup = -3;
 const uint32_t kMaxGroup = 0x3FFFFFFF;
 const size_t kReleaseStep = size_t(32) << 20;
+/// A texture or normal index the corner does not give.
+const int64_t kAbsent = INT64_MIN;
 /// Far beyond any real polygon; bounds the memory one statement can claim.
 const size_t kMaxCorners = size_t(1) << 20;
 
@@ -278,7 +280,7 @@ void QelObjParser::ParseElement(const char* p, const char* e, int nKind)
         SkipBlanks(p, e);
         if (AtEnd(p, e))
             break;
-        Corner c{0, 0, 0};
+        Corner c{0, kAbsent, kAbsent};
         bool bOk = ReadIndex(p, e, c.p);
         if (bOk && p < e && *p == '/')
         {
@@ -322,8 +324,8 @@ void QelObjParser::ParseElement(const char* p, const char* e, int nKind)
         for (size_t i = 1; i < n; ++i)
         {
             uint32_t nCur = VertexFor(nMesh, m_vCorners[i], key(m_vCorners[i]));
-            m_data.m_vMeshes[size_t(nMesh)].m_vLines.push_back(nPrev);
-            m_data.m_vMeshes[size_t(nMesh)].m_vLines.push_back(nCur);
+            mesh.m_vLines.push_back(nPrev);
+            mesh.m_vLines.push_back(nCur);
             nPrev = nCur;
         }
         return;
@@ -379,7 +381,7 @@ bool QelObjParser::ResolveCorners(int nKind)
     }
     // OBJ counts from 1; negative indices count back from the last element read so far.
     auto resolve = [this](int64_t& i, size_t nCount, const char* pWhat, bool bOptional) {
-        if (bOptional && i == 0)
+        if (bOptional && i == kAbsent)
         {
             i = -1;
             return true;
