@@ -8,6 +8,7 @@
 #include "qel/platform/QelGuid.h"
 #include "qel/platform/QelHandles.h"
 #include "qel/platform/QelLogicalFont.h"
+#include "qel/platform/QelMappedFile.h"
 #include "qel/platform/QelOffscreenContext.h"
 #include "qel/platform/QelRandom.h"
 #include "qel/platform/QelString.h"
@@ -81,7 +82,18 @@
 #include "qel/text/QelPolygonText.h"
 #include "qel/text/QelTextObject.h"
 #include "qel/text/QelTextureText.h"
+// models
+#include "qel/models/CObjLoader.h"
+#include "qel/models/CZmfLoader.h"
+#include "qel/models/QelModel.h"
+#include "qel/models/QelModelData.h"
+#include "qel/models/QelModelFormat.h"
+#include "qel/models/QelModelMaterial.h"
+#include "qel/models/QelModelMesh.h"
+#include "qel/models/QelModelNode.h"
 
 // util
+#include "qel/util/QelFileFinder.h"
+#include "qel/util/QelPath.h"
 #include "qel/util/QelTextScanner.h"
 #include "qel/util/QelUnitConverter.h"

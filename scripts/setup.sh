@@ -12,6 +12,7 @@ PACKAGES=(
   libglm-dev libmuparser-dev
   libglfw3-dev libimgui-dev xvfb xauth doxygen
   libftgl-dev libfreetype-dev libfontconfig-dev fonts-dejavu-core
+  libtinyobjloader-dev libassimp-dev
 )
 
 missing=()

@@ -1,0 +1,288 @@
+// Loading a large OBJ file: the library's loader beside tinyobjloader and assimp, on a 1000 x 1000
+// grid (2 million triangles, normals, texture coordinates, four materials, about 200 MB) and on its
+// quad version. The files are generated into the build tree on the first run. Peak memory of each
+// loader is measured in a child process of its own (wait4's maximum resident size). The own format
+// is written from the loaded model and read back for comparison. Times are process CPU times (the
+// best of three), since the machine running this is usually shared.
+#include "qel/framework/QelSysApp.h"
+#include "qel/models/CZmfLoader.h"
+#include "qel/models/QelModelData.h"
+#include "qel/models/QelModelFormat.h"
+#include "tests/support/QelSilentApp.h"
+
+#include <benchmark/benchmark.h>
+
+#ifdef QEL_BENCH_TINYOBJLOADER
+#include <tiny_obj_loader.h>
+#endif
+#ifdef QEL_BENCH_ASSIMP
+#include <assimp/Importer.hpp>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+#endif
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+const int kGrid = 1000;
+
+std::string s_strExe;
+std::map<std::string, double> s_mapBestMs;
+std::map<std::string, double> s_mapPeakMb;
+std::map<std::string, double> s_mapFileMb;
+
+/// Process CPU time in milliseconds: the machine is shared, so wall time says little.
+double CpuMs()
+{
+    timespec ts;
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+    return double(ts.tv_sec) * 1000.0 + double(ts.tv_nsec) / 1e6;
+}
+
+long FileSize(const std::string& strPath)
+{
+    struct stat st;
+    return ::stat(strPath.c_str(), &st) == 0 ? long(st.st_size) : -1;
+}
+
+/// A gently waved grid with its normals and texture coordinates; four bands of rows use four
+/// materials. bQuads writes each cell as one quad instead of two triangles.
+void WriteGrid(const std::string& strPath, bool bQuads)
+{
+    const int n = kGrid + 1;
+    std::string strMtl = strPath.substr(0, strPath.rfind('.')) + ".mtl";
+    {
+        std::ofstream m(strMtl);
+        const char* kColors[] = {"1 0 0", "0 1 0", "0 0 1", "1 1 0"};
+        for (int i = 0; i < 4; ++i)
+            m << "newmtl band" << i << "\nKd " << kColors[i] << "\nKa 0.1 0.1 0.1\nKs 0.5 0.5 0.5\nNs 100\n";
+    }
+    FILE* f = std::fopen(strPath.c_str(), "wb");
+    if (!f)
+        return;
+    std::fprintf(f, "# generated grid\nmtllib %s\n", strMtl.substr(strMtl.rfind('/') + 1).c_str());
+    for (int y = 0; y < n; ++y)
+        for (int x = 0; x < n; ++x)
+            std::fprintf(f, "v %.6f %.6f %.6f\n", x * 0.01, y * 0.01, 0.05 * std::sin(x * 0.05) * std::cos(y * 0.05));
+    for (int y = 0; y < n; ++y)
+        for (int x = 0; x < n; ++x)
+            std::fprintf(f, "vt %.6f %.6f\n", double(x) / kGrid, double(y) / kGrid);
+    for (int y = 0; y < n; ++y)
+        for (int x = 0; x < n; ++x)
+        {
+            double dx = -0.05 * 0.05 / 0.01 * std::cos(x * 0.05) * std::cos(y * 0.05);
+            double dy = 0.05 * 0.05 / 0.01 * std::sin(x * 0.05) * std::sin(y * 0.05);
+            double l = std::sqrt(dx * dx + dy * dy + 1.0);
+            std::fprintf(f, "vn %.6f %.6f %.6f\n", dx / l, dy / l, 1.0 / l);
+        }
+    for (int y = 0; y < kGrid; ++y)
+    {
+        if (y % (kGrid / 4) == 0)
+            std::fprintf(f, "usemtl band%d\n", y / (kGrid / 4));
+        for (int x = 0; x < kGrid; ++x)
+        {
+            int a = y * n + x + 1, b = a + 1, c = a + n + 1, d = a + n;
+            if (bQuads)
+                std::fprintf(f, "f %d/%d/%d %d/%d/%d %d/%d/%d %d/%d/%d\n", a, a, a, b, b, b, c, c, c, d, d, d);
+            else
+                std::fprintf(f, "f %d/%d/%d %d/%d/%d %d/%d/%d\nf %d/%d/%d %d/%d/%d %d/%d/%d\n", a, a, a, b, b, b, c, c,
+                             c, a, a, a, c, c, c, d, d, d);
+        }
+    }
+    std::fclose(f);
+}
+
+std::string GridFile(bool bQuads)
+{
+    ::mkdir("bench_models_data", 0755);
+    std::string strPath = std::string("bench_models_data/") + (bQuads ? "grid_quads.obj" : "grid_triangles.obj");
+    if (FileSize(strPath) < 1000000)
+    {
+        std::fprintf(stderr, "generating %s\n", strPath.c_str());
+        WriteGrid(strPath, bQuads);
+    }
+    return strPath;
+}
+
+/// One load by the named loader; returns a count so that nothing is optimized away.
+size_t LoadWith(const std::string& strWho, const std::string& strFile)
+{
+    if (strWho == "read")
+    {
+        std::ifstream f(strFile, std::ios::binary);
+        std::vector<char> v(size_t(FileSize(strFile)));
+        f.read(v.data(), std::streamsize(v.size()));
+        return size_t(f.gcount());
+    }
+    if (strWho == "qel")
+    {
+        QelModelData data;
+        QelModelFormat::GetFileHandlerForFilename(strFile)->Load(strFile, data);
+        return data.NumTriangles();
+    }
+#ifdef QEL_BENCH_TINYOBJLOADER
+    if (strWho == "tinyobjloader")
+    {
+        tinyobj::attrib_t attrib;
+        std::vector<tinyobj::shape_t> shapes;
+        std::vector<tinyobj::material_t> materials;
+        std::string strWarn, strErr;
+        tinyobj::LoadObj(&attrib, &shapes, &materials, &strWarn, &strErr, strFile.c_str(), "bench_models_data/", true);
+        size_t n = 0;
+        for (const auto& s : shapes)
+            n += s.mesh.num_face_vertices.size();
+        return n;
+    }
+#endif
+#ifdef QEL_BENCH_ASSIMP
+    if (strWho == "assimp")
+    {
+        Assimp::Importer importer;
+        const aiScene* pScene = importer.ReadFile(strFile, aiProcess_Triangulate);
+        size_t n = 0;
+        for (unsigned i = 0; pScene && i < pScene->mNumMeshes; ++i)
+            n += pScene->mMeshes[i]->mNumFaces;
+        return n;
+    }
+#endif
+    return 0;
+}
+
+/// Peak resident memory of one load, in a child process of its own: the child reports its VmHWM
+/// (the peak of its own address space, which neither the fork nor the exec inherit).
+double PeakMb(const std::string& strWho, const std::string& strFile)
+{
+    std::string strCommand = "'" + s_strExe + "' --peak " + strWho + " '" + strFile + "'";
+    FILE* p = ::popen(strCommand.c_str(), "r");
+    if (!p)
+        return -1.0;
+    char buf[256];
+    double fKb = -1.0;
+    while (std::fgets(buf, sizeof(buf), p))
+        if (std::strncmp(buf, "VmHWM:", 6) == 0)
+            fKb = std::atof(buf + 6);
+    ::pclose(p);
+    return fKb / 1024.0;
+}
+
+void BM_Load(benchmark::State& state, std::string strWho, bool bQuads)
+{
+    const std::string strFile = GridFile(bQuads);
+    const std::string strKey = strWho + (bQuads ? " quads" : " triangles");
+    double fBest = 1e30;
+    for (auto _ : state)
+    {
+        double t0 = CpuMs();
+        benchmark::DoNotOptimize(LoadWith(strWho, strFile));
+        fBest = std::min(fBest, CpuMs() - t0);
+    }
+    s_mapBestMs[strKey] = fBest;
+    const double fFileMb = double(FileSize(strFile)) / 1048576.0;
+    s_mapFileMb[strKey] = fFileMb;
+    state.counters["MB/s"] = fFileMb / (fBest / 1000.0);
+    if (!s_mapPeakMb.count(strKey))
+        s_mapPeakMb[strKey] = PeakMb(strWho, strFile);
+    state.counters["peak_MB"] = s_mapPeakMb[strKey];
+    state.counters["peak/file"] = s_mapPeakMb[strKey] / fFileMb;
+}
+
+/// The own format of the loaded grid: written once, then read back.
+void BM_OwnFormat(benchmark::State& state, bool bWrite)
+{
+    static QelModelData s_data;
+    const std::string strZmf = "bench_models_data/grid_triangles.zmf";
+    if (s_data.Empty() && (bWrite || FileSize(strZmf) <= 0))
+        QelModelFormat::GetFileHandlerForFilename("x.obj")->Load(GridFile(false), s_data);
+    QelModelFormat* pZmf = QelModelFormat::GetFileHandlerForFilename(strZmf);
+    if (!bWrite && FileSize(strZmf) <= 0)
+        pZmf->Save(strZmf, s_data);
+    double fBest = 1e30;
+    for (auto _ : state)
+    {
+        double t0 = CpuMs();
+        if (bWrite)
+            pZmf->Save(strZmf, s_data);
+        else
+        {
+            QelModelData back;
+            pZmf->Load(strZmf, back);
+            benchmark::DoNotOptimize(back.NumTriangles());
+        }
+        fBest = std::min(fBest, CpuMs() - t0);
+    }
+    s_mapBestMs[bWrite ? "own format write" : "own format read"] = fBest;
+    state.counters["file_MB"] = double(FileSize(strZmf)) / 1048576.0;
+}
+
+void PrintRatios()
+{
+    std::printf("\n%-28s %10s %10s %12s %12s\n", "load", "best cpu ms", "vs tinyobj", "peak MB", "peak/file");
+    for (const char* pShape : {" triangles", " quads"})
+        for (const char* pWho : {"read", "qel", "tinyobjloader", "assimp"})
+        {
+            std::string strKey = std::string(pWho) + pShape;
+            if (!s_mapBestMs.count(strKey))
+                continue;
+            double fPeer = s_mapBestMs.count(std::string("tinyobjloader") + pShape) ? s_mapBestMs["tinyobjloader" + std::string(pShape)] : 0.0;
+            std::printf("%-28s %10.1f %10.2f %12.1f %12.2f\n", strKey.c_str(), s_mapBestMs[strKey],
+                        fPeer > 0 ? s_mapBestMs[strKey] / fPeer : 0.0, s_mapPeakMb[strKey],
+                        s_mapPeakMb[strKey] / s_mapFileMb[strKey]);
+        }
+    if (s_mapBestMs.count("own format read") && s_mapBestMs.count("qel triangles"))
+        std::printf("own format: write %.1f ms, read %.1f ms; OBJ load / own read = %.2f, / (write + read) = %.2f\n",
+                    s_mapBestMs["own format write"], s_mapBestMs["own format read"],
+                    s_mapBestMs["qel triangles"] / s_mapBestMs["own format read"],
+                    s_mapBestMs["qel triangles"] / (s_mapBestMs["own format write"] + s_mapBestMs["own format read"]));
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    static QelSilentApp s_app;
+    if (argc == 4 && std::strcmp(argv[1], "--peak") == 0)
+    {
+        benchmark::DoNotOptimize(LoadWith(argv[2], argv[3]));
+        std::ifstream status("/proc/self/status");
+        std::string strLine;
+        while (std::getline(status, strLine))
+            if (strLine.compare(0, 6, "VmHWM:") == 0)
+                std::printf("%s\n", strLine.c_str());
+        return 0;
+    }
+    char buf[4096];
+    ssize_t n = ::readlink("/proc/self/exe", buf, sizeof(buf) - 1);
+    s_strExe = n > 0 ? std::string(buf, size_t(n)) : std::string(argv[0]);
+
+    std::vector<std::string> vWho = {"read", "qel"};
+#ifdef QEL_BENCH_TINYOBJLOADER
+    vWho.push_back("tinyobjloader");
+#endif
+#ifdef QEL_BENCH_ASSIMP
+    vWho.push_back("assimp");
+#endif
+    for (bool bQuads : {false, true})
+        for (const std::string& strWho : vWho)
+            benchmark::RegisterBenchmark(("ObjLoad/" + strWho + (bQuads ? "/quads" : "/triangles")).c_str(), BM_Load,
+                                         strWho, bQuads)
+                ->Unit(benchmark::kMillisecond)
+                ->Iterations(3);
+    benchmark::RegisterBenchmark("OwnFormat/write", BM_OwnFormat, true)->Unit(benchmark::kMillisecond)->Iterations(3);
+    benchmark::RegisterBenchmark("OwnFormat/read", BM_OwnFormat, false)->Unit(benchmark::kMillisecond)->Iterations(3);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    PrintRatios();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "qel/platform/QelExport.h"
+
+#include <cstddef>
+#include <string>
+
+/// A whole file readable as one block of memory: mapped where the system can map files, read in
+/// otherwise. Parsers that walk a file once release the part they are done with, so a large file
+/// does not stay resident while its parsed form grows.
+class QEL_EXPORT QelMappedFile
+{
+public:
+    /// Why Open failed.
+    enum EOpenResult
+    {
+        eOpened = 0,
+        eNotFound = 1,
+        eIsDirectory = 2,
+        eReadFailed = 3
+    };
+
+    QelMappedFile() = default;
+    QelMappedFile(const QelMappedFile&) = delete;
+    QelMappedFile& operator=(const QelMappedFile&) = delete;
+    ~QelMappedFile();
+
+    EOpenResult Open(const std::string& strPath);
+    void Close();
+
+    /// Never null while open (an empty file gives a valid pointer and size 0).
+    const char* Data() const { return m_pData; }
+    size_t Size() const { return m_nSize; }
+    /// Tells the system that bytes before nOffset will not be read again; they may leave memory.
+    void ReleaseBefore(size_t nOffset);
+
+private:
+    const char* m_pData = nullptr;
+    size_t m_nSize = 0;
+    size_t m_nReleased = 0;
+    bool m_bMapped = false;
+    char* m_pOwned = nullptr;
+};
