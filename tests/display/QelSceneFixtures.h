@@ -5,10 +5,13 @@
 #include "qel/display/QelDisplayObject.h"
 #include "qel/display/QelDisplaySystem.h"
 #include "qel/display/QelLight.h"
+#include "qel/display/QelPickMesh.h"
 #include "qel/platform/QelOffscreenContext.h"
 
 #include <GL/glew.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <vector>
 
 /// A box of the given half sizes about its origin, drawn unlit in one flat color; its extents are
@@ -35,6 +38,33 @@ public:
     }
     QelVec3 m_vecHalf;
     unsigned int m_nColor;
+};
+
+/// An octahedron with corners at +-h on the axes, drawn unlit in one color and offered to picking
+/// as triangles: its bounds are twice its volume, so a pick near a bounds corner must miss.
+class QelTestOctahedron : public QelTestBox
+{
+public:
+    QelTestOctahedron(const QelVec3& vHalf, unsigned int nColor) : QelTestBox(vHalf, nColor)
+    {
+        const float v[18] = {vHalf.x, 0, 0, -vHalf.x, 0, 0, 0, vHalf.y, 0, 0, -vHalf.y, 0, 0, 0, vHalf.z, 0, 0, -vHalf.z};
+        std::copy(v, v + 18, m_fVertices);
+        const uint32_t n[24] = {0, 2, 4, 2, 1, 4, 1, 3, 4, 3, 0, 4, 2, 0, 5, 1, 2, 5, 3, 1, 5, 0, 3, 5};
+        std::copy(n, n + 24, m_nIndices);
+        m_cMesh.SetTriangles(m_fVertices, 6, m_nIndices, 8);
+    }
+    void Draw() override
+    {
+        glColor4ub(GLubyte(m_nColor), GLubyte(m_nColor >> 8), GLubyte(m_nColor >> 16), 255);
+        glBegin(GL_TRIANGLES);
+        for (uint32_t i : m_nIndices)
+            glVertex3fv(m_fVertices + 3 * i);
+        glEnd();
+    }
+    QelPickMesh* GetPickMesh() override { return &m_cMesh; }
+    float m_fVertices[18];
+    uint32_t m_nIndices[24];
+    QelPickMesh m_cMesh;
 };
 
 /// A view over a list of roots, counting selection changes.
