@@ -76,7 +76,8 @@ bool SaveProperties(QelPropertyContainer& c, QelXMLInterface* pXML, const std::s
     c.GetProperties(vecProperties, false);
     for (QelProperty* p : vecProperties)
     {
-        if (!p->WillAutoSave())
+        // Buttons are actions, not state: writing one back would press it.
+        if (!p->WillAutoSave() || c.IsPropertyButton(p))
             continue;
         char szValue[64];
         switch (p->GetDataType())
@@ -110,7 +111,7 @@ bool LoadProperties(QelPropertyContainer& c, QelXMLInterface* pXML, const std::s
         if (pXML->GetNodeName() != "Property")
             continue;
         QelProperty* p = c.GetProperty(pXML->ReadStringAttribute("name", ""));
-        if (!p)
+        if (!p || c.IsPropertyButton(p))
             continue;
         const std::string strValue = pXML->ReadStringAttribute("value", "");
         switch (p->GetDataType())

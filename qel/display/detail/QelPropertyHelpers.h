@@ -24,7 +24,7 @@ QelProperty* AddColor(QelPropertyContainer& c, const char* pName, const QelVec4&
 float ReadFinite(const QelPropertyContainer& cOwner, QelProperty* p, float fFallback);
 QelVec4 ReadColor(QelProperty* p);
 
-/// Writes every auto-saved Real, Integer, Boolean and Color property as a "Property" child with
+/// Writes every auto-saved Real, Integer, Boolean and Color property that is not a button as a "Property" child with
 /// "name" and "value" attributes, under a new child element strElement of the cursor's node.
 bool SaveProperties(QelPropertyContainer& c, QelXMLInterface* pXML, const std::string& strElement);
 /// Reads what SaveProperties wrote; unknown names are skipped and values go through the
