@@ -170,11 +170,21 @@ void QelCamera::GetFrame(QelVec3& vForward, QelVec3& vUp, QelVec3& vRight)
     vRight = vForward.Cross(vUp);
 }
 
+QelVec3 QelCamera::GetFocus()
+{
+    const QelVec3 v = m_cFocalPoint.GetPosition();
+    if (AllFinite({v.x, v.y, v.z}))
+        return v;
+    PrintWarning("Focal point %s is not finite; it was moved to the origin", v.String().c_str());
+    m_cFocalPoint.SetPosition(QelVec3(0.0f, 0.0f, 0.0f));
+    return QelVec3(0.0f, 0.0f, 0.0f);
+}
+
 QelVec3 QelCamera::GetEye()
 {
     QelVec3 f, u, r;
     GetFrame(f, u, r);
-    return m_cFocalPoint.GetPosition() - f * GetDistance();
+    return GetFocus() - f * GetDistance();
 }
 
 void QelCamera::SetView(EViewPreset ePreset)
@@ -189,7 +199,7 @@ void QelCamera::SetView(EViewPreset ePreset)
 
 void QelCamera::SetHome()
 {
-    m_vecHomeFocus = m_cFocalPoint.GetPosition();
+    m_vecHomeFocus = GetFocus();
     m_fHome[0] = GetAzimuth();
     m_fHome[1] = GetElevation();
     m_fHome[2] = GetDistance();
@@ -345,7 +355,7 @@ void QelCamera::Pan(float fDx, float fDy)
     const float fUnits = GetUnitsPerPixel(GetDistance());
     const QelVec3 vMove = r * (-fDx * fUnits) + u * (fDy * fUnits);
     if (AllFinite({vMove.x, vMove.y, vMove.z}))
-        m_cFocalPoint.SetPosition(m_cFocalPoint.GetPosition() + vMove);
+        m_cFocalPoint.SetPosition(GetFocus() + vMove);
 }
 
 void QelCamera::Dolly(float fDy)
@@ -354,7 +364,7 @@ void QelCamera::Dolly(float fDy)
     GetFrame(f, u, r);
     const QelVec3 vMove = f * (-fDy * GetUnitsPerPixel(GetDistance()));
     if (AllFinite({vMove.x, vMove.y, vMove.z}))
-        m_cFocalPoint.SetPosition(m_cFocalPoint.GetPosition() + vMove);
+        m_cFocalPoint.SetPosition(GetFocus() + vMove);
 }
 
 void QelCamera::ZoomBy(float fFactor)

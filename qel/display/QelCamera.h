@@ -74,6 +74,8 @@ public:
     /// Places the eye at vEye looking at vTarget (which becomes the focal point).
     bool LookAt(const QelVec3& vEye, const QelVec3& vTarget);
     QelVec3 GetEye();
+    /// The focal point's position; one that is not finite is moved to the origin with a warning.
+    QelVec3 GetFocus();
     /// Unit vectors of the view: forwards (eye to focal point), up and right.
     void GetFrame(QelVec3& vForward, QelVec3& vUp, QelVec3& vRight);
     void SetView(EViewPreset ePreset);

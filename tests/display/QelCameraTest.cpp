@@ -275,6 +275,12 @@ TEST(QelCamera, DegenerateInputIsRefusedOrClampedAndTheMatricesStayFinite)
              EXPECT_EQ(camera.GetDistance(), 10.0f);
          },
          "<warning>Camera - [Camera:Distance] is not a finite number; it was reset to 10<flush>"},
+        {"NaN focal point",
+         [&] {
+             camera.GetFocalPoint().SetPosition(QelVec3(fNaN, 0, 0));
+             camera.GetEye();
+         },
+         "<warning>Camera - Focal point (X:nan, Y:0, Z:0) is not finite; it was moved to the origin<flush>"},
         {"zero zoom factor", [&] { camera.ZoomBy(0); },
          "<warning>Camera - Zoom factor 0 refused: it must be a positive number<flush>"},
     };
