@@ -46,7 +46,28 @@ QelBox3 WorldBounds(const QelBox3& cLocal, const QelMatrix4& m)
 
 bool Pickable(QelDisplayObject& object)
 {
-    return object.GetCategory() != QelSandboxIcon::eCategoryManipulatorObject && object.GetExtents().IsValid();
+    return object.GetCullRadius() > 0.0f && object.GetExtents().IsValid() &&
+           object.GetCategory() != QelSandboxIcon::eCategoryManipulatorObject;
+}
+
+/// The objects Render draws, with their world matrices: QelDisplayObject::Traverse without the
+/// indirect call per object, which is a good part of a pick among many small objects.
+template <class Fn>
+void Walk(QelDisplayObject& object, const QelMatrix4& mParent, Fn& fn)
+{
+    QelMatrix4 mWorld(mParent);
+    if (object.HasTransform())
+    {
+        QelMatrix4 mLocal;
+        object.GetTransform(mLocal);
+        mWorld = mParent * mLocal;
+    }
+    const bool bHidden = object.IsHidden();
+    if (!bHidden && Pickable(object))
+        fn(object, mWorld);
+    if (!bHidden || !object.AreChildrenHiddenWithParent())
+        for (size_t i = 0; i < object.GetChildCount(); ++i)
+            Walk(*object.GetChild(i), mWorld, fn);
 }
 
 template <class Fn>
@@ -59,10 +80,7 @@ void ForEachDrawn(const std::vector<QelDisplayObject*>& vecRoots, Fn&& fn)
         QelMatrix4 mParent(true);
         if (pRoot->GetParent())
             pRoot->GetParent()->GetWorldTransform(mParent);
-        pRoot->Traverse(mParent, [&](QelDisplayObject& object, const QelMatrix4& mWorld) {
-            if (Pickable(object))
-                fn(object, mWorld);
-        });
+        Walk(*pRoot, mParent, fn);
     }
 }
 } // namespace
