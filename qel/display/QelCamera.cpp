@@ -1,6 +1,7 @@
 #include "qel/display/QelCamera.h"
 
 #include "qel/display/detail/QelPropertyHelpers.h"
+#include "qel/display/detail/QelSceneWalk.h"
 #include "qel/math/QelMathConstants.h"
 #include "qel/properties/QelProperty.h"
 
@@ -292,26 +293,25 @@ void QelCamera::Apply()
     glLoadMatrixf(mView.m_fM);
 }
 
-bool QelCamera::Project(const QelVec3& vWorld, QelVec3& vWindow)
+bool QelCamera::ThroughGlu(GluMapping fnMap, const QelVec3& vIn, QelVec3& vOut)
 {
     double dModel[16], dProjection[16], dX = 0, dY = 0, dZ = 0;
     ToDoubles(GetViewMatrix(), dModel);
     ToDoubles(GetProjectionMatrix(), dProjection);
-    if (gluProject(vWorld.x, vWorld.y, vWorld.z, dModel, dProjection, m_nViewport, &dX, &dY, &dZ) != GL_TRUE)
+    if (fnMap(vIn.x, vIn.y, vIn.z, dModel, dProjection, m_nViewport, &dX, &dY, &dZ) != GL_TRUE)
         return false;
-    vWindow.Set(float(dX), float(dY), float(dZ));
-    return AllFinite({vWindow.x, vWindow.y, vWindow.z});
+    vOut.Set(float(dX), float(dY), float(dZ));
+    return AllFinite({vOut.x, vOut.y, vOut.z});
+}
+
+bool QelCamera::Project(const QelVec3& vWorld, QelVec3& vWindow)
+{
+    return ThroughGlu(gluProject, vWorld, vWindow);
 }
 
 bool QelCamera::Unproject(const QelVec3& vWindow, QelVec3& vWorld)
 {
-    double dModel[16], dProjection[16], dX = 0, dY = 0, dZ = 0;
-    ToDoubles(GetViewMatrix(), dModel);
-    ToDoubles(GetProjectionMatrix(), dProjection);
-    if (gluUnProject(vWindow.x, vWindow.y, vWindow.z, dModel, dProjection, m_nViewport, &dX, &dY, &dZ) != GL_TRUE)
-        return false;
-    vWorld.Set(float(dX), float(dY), float(dZ));
-    return AllFinite({vWorld.x, vWorld.y, vWorld.z});
+    return ThroughGlu(gluUnProject, vWindow, vWorld);
 }
 
 bool QelCamera::IsInViewport(int nMouseX, int nMouseY) const
@@ -480,20 +480,11 @@ void QelCamera::FitClipToBox(const QelBox3& cBox)
 QelBox3 QelCamera::GetSceneExtents(const std::vector<QelDisplayObject*>& vecRoots, bool bSelectedOnly)
 {
     QelBox3 cBox;
-    for (QelDisplayObject* pRoot : vecRoots)
-    {
-        if (!pRoot)
-            continue;
-        QelMatrix4 mParent(true);
-        if (pRoot->GetParent())
-            pRoot->GetParent()->GetWorldTransform(mParent);
-        pRoot->Traverse(mParent, [&](QelDisplayObject& object, const QelMatrix4& mWorld) {
-            const QelBox3 cLocal = object.GetExtents();
-            if (!cLocal.IsValid() || !object.ContributesToSceneExtents() || (bSelectedOnly && !object.IsSelected()))
-                return;
+    QelWalkDrawn(vecRoots, [&](QelDisplayObject& object, const QelMatrix4& mWorld) {
+        const QelBox3 cLocal = object.GetExtents();
+        if (cLocal.IsValid() && object.ContributesToSceneExtents() && (!bSelectedOnly || object.IsSelected()))
             cBox += cLocal * mWorld;
-        });
-    }
+    });
     return cBox;
 }
 

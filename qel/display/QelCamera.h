@@ -142,6 +142,11 @@ private:
         eDragPan,
         eDragDolly
     };
+    /// gluProject and gluUnProject share this signature.
+    typedef int (*GluMapping)(double, double, double, const double*, const double*, const int*, double*, double*,
+                              double*);
+    /// Maps vIn through one of them with this camera's matrices and viewport.
+    bool ThroughGlu(GluMapping fnMap, const QelVec3& vIn, QelVec3& vOut);
     float Aspect() const;
     void SetDistanceChecked(float fDistance);
 

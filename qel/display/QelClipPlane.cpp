@@ -1,7 +1,7 @@
 #include "qel/display/QelClipPlane.h"
 
 #include "qel/display/detail/QelPropertyHelpers.h"
-#include "qel/display/detail/QelSlotRegistry.h"
+#include "qel/display/detail/QelSlotTable.h"
 #include "qel/math/QelMathConstants.h"
 #include "qel/properties/QelProperty.h"
 
@@ -14,48 +14,30 @@ using namespace QelDisplayDetail;
 
 namespace
 {
-QelSlotRegistry<QelClipPlane, QelClipPlane::kMaxPlanes>& Planes()
+QelSlotTable& Planes()
 {
-    static QelSlotRegistry<QelClipPlane, QelClipPlane::kMaxPlanes> s_cPlanes;
+    static QelSlotTable s_cPlanes(QelClipPlane::kMaxPlanes);
     return s_cPlanes;
 }
 } // namespace
 
-QelClipPlane::QelClipPlane()
+QelClipPlane::QelClipPlane() : QelSwitchableObject(Planes(), "Clip plane:On", "clip planes")
 {
     SetName("Clip Plane");
     AddTransformProperties(true, true, true);
-    m_pOn = AddBool(*this, "Clip plane:On", false);
     SetRotation(QelVec4(0.0f, 0.0f, 1.0f, 0.0f));
-}
-
-QelClipPlane::~QelClipPlane()
-{
-    Planes().Release(this);
-}
-
-bool QelClipPlane::TurnOn(bool bOn)
-{
-    return QelSwitchSlot(Planes(), *this, m_pOn, m_bSyncing, bOn, "clip planes");
-}
-
-int QelClipPlane::GetSlot() const
-{
-    return Planes().Find(this);
-}
-
-void QelClipPlane::PropagateDirtyBitToNodes(unsigned short nBits, QelProperty* pProperty)
-{
-    QelDisplayObject::PropagateDirtyBitToNodes(nBits, pProperty);
-    if (pProperty == m_pOn && !m_bSyncing && (nBits & 1))
-        TurnOn(bool(pProperty->GetAsVariantWithoutPull()));
 }
 
 bool QelClipPlane::SetPlane(const QelVec3& vPoint, const QelVec3& vNormal)
 {
-    bool bWarned = false;
-    if (!QelCheckPlacement(*this, vPoint, vNormal, bWarned, "plane"))
+    const bool bFinite = std::isfinite(vPoint.x) && std::isfinite(vPoint.y) && std::isfinite(vPoint.z) &&
+                         std::isfinite(vNormal.x) && std::isfinite(vNormal.y) && std::isfinite(vNormal.z);
+    if (!bFinite || !(vNormal.MagnitudeSquared() > 0.0f))
+    {
+        PrintWarning("Plane through %s with normal %s refused: it needs finite vectors and a non-zero normal",
+                     vPoint.String().c_str(), vNormal.String().c_str());
         return false;
+    }
     // The turn that takes local +Z onto the normal; the opposite normal turns half way about X.
     QelVec3 n = vNormal;
     n.Normalize();
@@ -75,7 +57,7 @@ bool QelClipPlane::GetWorldPlane(QelPlane& cPlane)
     // a scale that differs between the axes.
     const QelVec3 vPoint = mWorld.GetTranslation();
     const QelVec3 vNormal = mWorld.GetXAxis().Cross(mWorld.GetYAxis());
-    if (!QelCheckPlacement(*this, vPoint, vNormal, m_bWarned, "plane"))
+    if (!CheckPlacement(vPoint, vNormal, "plane"))
         return false;
     cPlane.Set(vNormal, vPoint);
     return true;
@@ -89,7 +71,7 @@ void QelClipPlane::ApplyAll(const QelMatrix4& mView)
     for (int i = 0; i < kMaxPlanes; ++i)
     {
         const GLenum ePlane = GLenum(GL_CLIP_PLANE0 + i);
-        QelClipPlane* p = Planes().At(i);
+        QelClipPlane* p = static_cast<QelClipPlane*>(Planes().At(i));
         QelPlane cPlane;
         if (!p || !p->GetWorldPlane(cPlane))
         {
@@ -105,11 +87,7 @@ void QelClipPlane::ApplyAll(const QelMatrix4& mView)
 
 std::vector<QelClipPlane*> QelClipPlane::GetPlanesOn()
 {
-    std::vector<QelClipPlane*> v;
-    for (int i = 0; i < kMaxPlanes; ++i)
-        if (QelClipPlane* p = Planes().At(i))
-            v.push_back(p);
-    return v;
+    return Planes().GetObjects<QelClipPlane>();
 }
 
 bool QelClipPlane::Save(QelXMLInterface* pXML)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qel/display/QelDisplayObject.h"
+#include "qel/display/QelSwitchableObject.h"
 #include "qel/math/QelMatrix4.h"
 #include "qel/math/QelPlane.h"
 #include "qel/platform/QelExport.h"
@@ -10,19 +10,12 @@
 /// A clipping plane: the local XY plane of its transform, keeping what lies on the side its
 /// local +Z points to. At most kMaxPlanes are on at once in the process; turning on one more is
 /// refused with a warning naming those that are on.
-class QEL_EXPORT QelClipPlane : public QelDisplayObject
+class QEL_EXPORT QelClipPlane : public QelSwitchableObject
 {
 public:
     static constexpr int kMaxPlanes = 6;
 
     QelClipPlane();
-    ~QelClipPlane() override;
-
-    /// False, with a warning, when turning on would exceed kMaxPlanes; "Clip plane:On" follows.
-    bool TurnOn(bool bOn);
-    bool IsOn() const { return GetSlot() >= 0; }
-    /// The OpenGL plane number (0 for GL_CLIP_PLANE0) while on, else -1.
-    int GetSlot() const;
     /// Places the plane through vPoint with the kept side towards vNormal; a zero or non-finite
     /// normal or point is refused with a warning.
     bool SetPlane(const QelVec3& vPoint, const QelVec3& vNormal);
@@ -33,15 +26,6 @@ public:
     static void ApplyAll(const QelMatrix4& mView);
     static std::vector<QelClipPlane*> GetPlanesOn();
 
-    bool ContributesToSceneExtents() override { return false; }
     bool Save(QelXMLInterface* pXML) override;
     bool Load(QelXMLInterface* pXML) override;
-
-protected:
-    void PropagateDirtyBitToNodes(unsigned short nBits, QelProperty* pProperty) override;
-
-private:
-    QelProperty* m_pOn;
-    bool m_bSyncing = false;
-    bool m_bWarned = false;
 };

@@ -1,7 +1,7 @@
 #include "qel/display/QelLight.h"
 
 #include "qel/display/detail/QelPropertyHelpers.h"
-#include "qel/display/detail/QelSlotRegistry.h"
+#include "qel/display/detail/QelSlotTable.h"
 #include "qel/math/QelMathConstants.h"
 #include "qel/properties/QelProperty.h"
 
@@ -14,18 +14,17 @@ using namespace QelDisplayDetail;
 
 namespace
 {
-QelSlotRegistry<QelLight, QelLight::kMaxLights>& Lights()
+QelSlotTable& Lights()
 {
-    static QelSlotRegistry<QelLight, QelLight::kMaxLights> s_cLights;
+    static QelSlotTable s_cLights(QelLight::kMaxLights);
     return s_cLights;
 }
 } // namespace
 
-QelLight::QelLight()
+QelLight::QelLight() : QelSwitchableObject(Lights(), "Light:On", "lights")
 {
     SetName("Light");
     AddTransformProperties(true, true, false);
-    m_pOn = AddBool(*this, "Light:On", false);
     m_pType = AddEnum(*this, "Light:Type", eLightDirectional, {"Directional", "Point", "Spot"});
     m_pHeadLight = AddBool(*this, "Light:Head light", false);
     m_pAmbient = AddColor(*this, "Light:Ambient", QelVec4(0.0f, 0.0f, 0.0f, 1.0f));
@@ -38,28 +37,6 @@ QelLight::QelLight()
     m_pExponent = AddFloat(*this, "Light:Spot:Exponent", 0.0f, 0.0f, 128.0f);
     // Shine straight down the local -Z axis: no turn.
     SetRotation(QelVec4(0.0f, 0.0f, 1.0f, 0.0f));
-}
-
-QelLight::~QelLight()
-{
-    Lights().Release(this);
-}
-
-bool QelLight::TurnOn(bool bOn)
-{
-    return QelSwitchSlot(Lights(), *this, m_pOn, m_bSyncing, bOn, "lights");
-}
-
-int QelLight::GetSlot() const
-{
-    return Lights().Find(this);
-}
-
-void QelLight::PropagateDirtyBitToNodes(unsigned short nBits, QelProperty* pProperty)
-{
-    QelDisplayObject::PropagateDirtyBitToNodes(nBits, pProperty);
-    if (pProperty == m_pOn && !m_bSyncing && (nBits & 1))
-        TurnOn(bool(pProperty->GetAsVariantWithoutPull()));
 }
 
 QelLight::ELightType QelLight::GetType()
@@ -117,7 +94,7 @@ bool QelLight::GetWorldPlacement(QelVec3& vPosition, QelVec3& vDirection)
     GetWorldTransform(mWorld);
     vPosition = mWorld.GetTranslation();
     vDirection = mWorld.GetZAxis() * -1.0f;
-    if (!QelCheckPlacement(*this, vPosition, vDirection, m_bWarned, "direction"))
+    if (!CheckPlacement(vPosition, vDirection, "direction"))
         return false;
     vDirection.Normalize();
     return true;
@@ -166,7 +143,7 @@ void QelLight::ApplyAll(const QelMatrix4& mView)
     bool bAny = false;
     for (int i = 0; i < kMaxLights; ++i)
     {
-        if (QelLight* pLight = Lights().At(i))
+        if (QelLight* pLight = static_cast<QelLight*>(Lights().At(i)))
         {
             pLight->ApplyTo(i, mView);
             bAny = true;
@@ -185,11 +162,7 @@ void QelLight::ApplyAll(const QelMatrix4& mView)
 
 std::vector<QelLight*> QelLight::GetLightsOn()
 {
-    std::vector<QelLight*> v;
-    for (int i = 0; i < kMaxLights; ++i)
-        if (QelLight* p = Lights().At(i))
-            v.push_back(p);
-    return v;
+    return Lights().GetObjects<QelLight>();
 }
 
 bool QelLight::Save(QelXMLInterface* pXML)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qel/display/QelDisplayObject.h"
+#include "qel/display/QelSwitchableObject.h"
 #include "qel/math/QelMatrix4.h"
 #include "qel/math/QelVec3.h"
 #include "qel/math/QelVec4.h"
@@ -12,7 +12,7 @@
 /// local -Z axis from its local origin, both placed by its transform (or, as a head light, from
 /// the eye along the view). At most kMaxLights are on at once in the process; turning on one more
 /// is refused with a warning naming those that are on.
-class QEL_EXPORT QelLight : public QelDisplayObject
+class QEL_EXPORT QelLight : public QelSwitchableObject
 {
 public:
     enum ELightType
@@ -24,14 +24,6 @@ public:
     static constexpr int kMaxLights = 8;
 
     QelLight();
-    /// Turns the light off, freeing its slot.
-    ~QelLight() override;
-
-    /// False, with a warning, when turning on would exceed kMaxLights; "Light:On" follows.
-    bool TurnOn(bool bOn);
-    bool IsOn() const { return GetSlot() >= 0; }
-    /// The OpenGL light number (0 for GL_LIGHT0) while on, else -1.
-    int GetSlot() const;
 
     ELightType GetType();
     void SetType(ELightType eType);
@@ -56,18 +48,12 @@ public:
     /// The lights that are on, in slot order.
     static std::vector<QelLight*> GetLightsOn();
 
-    bool ContributesToSceneExtents() override { return false; }
     bool Save(QelXMLInterface* pXML) override;
     bool Load(QelXMLInterface* pXML) override;
-
-protected:
-    /// An edit of "Light:On" turns the light on or off (and may be refused).
-    void PropagateDirtyBitToNodes(unsigned short nBits, QelProperty* pProperty) override;
 
 private:
     void ApplyTo(int nSlot, const QelMatrix4& mView);
 
-    QelProperty* m_pOn;
     QelProperty* m_pType;
     QelProperty* m_pHeadLight;
     QelProperty* m_pAmbient;
@@ -76,6 +62,4 @@ private:
     QelProperty* m_pAttenuation[3];
     QelProperty* m_pCutOff;
     QelProperty* m_pExponent;
-    bool m_bSyncing = false;
-    bool m_bWarned = false;
 };

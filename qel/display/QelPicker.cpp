@@ -1,6 +1,7 @@
 #include "qel/display/QelPicker.h"
 
 #include "qel/display/QelPickMesh.h"
+#include "qel/display/detail/QelSceneWalk.h"
 #include "qel/framework/QelSysApp.h"
 
 #include <algorithm>
@@ -50,38 +51,14 @@ bool Pickable(QelDisplayObject& object)
            object.GetCategory() != QelSandboxIcon::eCategoryManipulatorObject;
 }
 
-/// The objects Render draws, with their world matrices: QelDisplayObject::Traverse without the
-/// indirect call per object, which is a good part of a pick among many small objects.
-template <class Fn>
-void Walk(QelDisplayObject& object, const QelMatrix4& mParent, Fn& fn)
-{
-    QelMatrix4 mWorld(mParent);
-    if (object.HasTransform())
-    {
-        QelMatrix4 mLocal;
-        object.GetTransform(mLocal);
-        mWorld = mParent * mLocal;
-    }
-    const bool bHidden = object.IsHidden();
-    if (!bHidden && Pickable(object))
-        fn(object, mWorld);
-    if (!bHidden || !object.AreChildrenHiddenWithParent())
-        for (size_t i = 0; i < object.GetChildCount(); ++i)
-            Walk(*object.GetChild(i), mWorld, fn);
-}
-
+/// The pickable objects Render draws, with their world matrices.
 template <class Fn>
 void ForEachDrawn(const std::vector<QelDisplayObject*>& vecRoots, Fn&& fn)
 {
-    for (QelDisplayObject* pRoot : vecRoots)
-    {
-        if (!pRoot)
-            continue;
-        QelMatrix4 mParent(true);
-        if (pRoot->GetParent())
-            pRoot->GetParent()->GetWorldTransform(mParent);
-        Walk(*pRoot, mParent, fn);
-    }
+    QelWalkDrawn(vecRoots, [&](QelDisplayObject& object, const QelMatrix4& mWorld) {
+        if (Pickable(object))
+            fn(object, mWorld);
+    });
 }
 } // namespace
 
