@@ -44,6 +44,9 @@ public:
 
     QelCamera();
     ~QelCamera() override;
+    /// Not copied: the members point at this camera's own properties.
+    QelCamera(const QelCamera&) = delete;
+    QelCamera& operator=(const QelCamera&) = delete;
 
     QelFocalPoint& GetFocalPoint() { return m_cFocalPoint; }
     /// Where Zoom finds the objects (GetDisplayObjects) and the selection; may be null.

@@ -22,6 +22,9 @@ public:
     };
 
     QelGrid();
+    /// Not copied: the members point at this grid's own properties.
+    QelGrid(const QelGrid&) = delete;
+    QelGrid& operator=(const QelGrid&) = delete;
 
     EGridType GetGridType();
     void SetGridType(EGridType eType);

@@ -41,6 +41,9 @@ public:
 
     QelManipulator();
     ~QelManipulator() override;
+    /// Not copied: the target is held by one manipulator.
+    QelManipulator(const QelManipulator&) = delete;
+    QelManipulator& operator=(const QelManipulator&) = delete;
 
     ECategories GetCategory() const override { return eCategoryManipulatorObject; }
 

@@ -15,6 +15,9 @@ class QEL_EXPORT QelSwitchableObject : public QelDisplayObject
 public:
     /// Turns the object off, freeing its slot.
     ~QelSwitchableObject() override;
+    /// Not copied: a copy would need a slot of its own and its own "On" property.
+    QelSwitchableObject(const QelSwitchableObject&) = delete;
+    QelSwitchableObject& operator=(const QelSwitchableObject&) = delete;
 
     /// False, with a warning, when turning on finds no free slot.
     bool TurnOn(bool bOn);
