@@ -60,9 +60,11 @@ void PickMesh(const uint8_t* pData, size_t nSize)
 {
     // The first half of the bytes as vertices, the rest as indices: counts taken from the data.
     const size_t nVertexBytes = (nSize / 2) / 12 * 12;
+    const size_t nIndexBytes = (nSize - nVertexBytes) / 12 * 12;
+    if (nVertexBytes == 0 || nIndexBytes == 0)
+        return;
     std::vector<float> vVertices(nVertexBytes / 4);
     std::memcpy(vVertices.data(), pData, nVertexBytes);
-    const size_t nIndexBytes = (nSize - nVertexBytes) / 12 * 12;
     std::vector<uint32_t> vIndices(nIndexBytes / 4);
     std::memcpy(vIndices.data(), pData + nVertexBytes, nIndexBytes);
     QelPickMesh mesh;
