@@ -1,5 +1,6 @@
 #include "qel/display/QelManipulator.h"
 
+#include "qel/display/detail/QelPropertyHelpers.h"
 #include "qel/framework/QelSysApp.h"
 #include "qel/math/QelMathConstants.h"
 #include "qel/properties/QelProperty.h"
@@ -64,6 +65,33 @@ QelMatrix4 Linear(const QelMatrix4& m)
 QelManipulator::QelManipulator()
 {
     SetName("Manipulator");
+    m_pMode = QelDisplayDetail::AddEnum(*this, "Manipulator:Mode", eModeTranslate, {"Translate", "Rotate", "Scale"});
+    m_pHandlePixels = QelDisplayDetail::AddFloat(*this, "Manipulator:Handle size", 80.0f, 10.0f, 1000.0f);
+}
+
+void QelManipulator::SetMode(EMode eMode)
+{
+    m_pMode->SetAsInt(eMode);
+}
+
+QelManipulator::EMode QelManipulator::GetMode()
+{
+    return EMode(std::clamp(m_pMode->GetAsInt(), 0, 2));
+}
+
+void QelManipulator::SetHandlePixels(float fPixels)
+{
+    m_pHandlePixels->SetAsFloat(std::isfinite(fPixels) ? fPixels : 80.0f);
+}
+
+bool QelManipulator::Save(QelXMLInterface* pXML)
+{
+    return QelDisplayObject::Save(pXML) && QelDisplayDetail::SaveProperties(*this, pXML, "Manipulator");
+}
+
+bool QelManipulator::Load(QelXMLInterface* pXML)
+{
+    return QelDisplayObject::Load(pXML) && QelDisplayDetail::LoadProperties(*this, pXML, "Manipulator");
 }
 
 QelManipulator::~QelManipulator()
@@ -99,6 +127,9 @@ bool QelManipulator::GetFrame(SFrame& cFrame)
 {
     if (!m_pTarget || !m_pCamera)
         return false;
+    // A drag keeps the mode it started with, whatever the property says meanwhile.
+    if (m_eGrabbed == eHandleNone)
+        m_eMode = GetMode();
     QelMatrix4 mWorld;
     m_pTarget->GetWorldTransform(mWorld);
     cFrame.m_vecOrigin = mWorld.GetTranslation();
@@ -112,7 +143,7 @@ bool QelManipulator::GetFrame(SFrame& cFrame)
     QelVec3 f, u, r;
     m_pCamera->GetFrame(f, u, r);
     const float fDepth = (cFrame.m_vecOrigin - m_pCamera->GetEye()).Dot(f);
-    cFrame.m_fLength = m_fHandlePixels * m_pCamera->GetUnitsPerPixel(fDepth);
+    cFrame.m_fLength = QelDisplayDetail::ReadFinite(*this, m_pHandlePixels, 80.0f) * m_pCamera->GetUnitsPerPixel(fDepth);
     return std::isfinite(cFrame.m_fLength) && cFrame.m_fLength > 0.0f && std::isfinite(cFrame.m_vecOrigin.x) &&
            std::isfinite(cFrame.m_vecOrigin.y) && std::isfinite(cFrame.m_vecOrigin.z);
 }

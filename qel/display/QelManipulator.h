@@ -55,10 +55,11 @@ public:
     void FollowSelection(QelDisplaySystem& view);
     void SetCamera(QelCamera* pCamera) { m_pCamera = pCamera; }
     void SetGrid(QelGrid* pGrid) { m_pGrid = pGrid; }
-    void SetMode(EMode eMode) { m_eMode = eMode; }
-    EMode GetMode() const { return m_eMode; }
-    /// Length of the handles in pixels.
-    void SetHandlePixels(float fPixels) { m_fHandlePixels = fPixels; }
+    /// "Manipulator:Mode".
+    void SetMode(EMode eMode);
+    EMode GetMode();
+    /// Length of the handles in pixels ("Manipulator:Handle size", 10 to 1000).
+    void SetHandlePixels(float fPixels);
 
     /// The handle under the mouse (viewport pixels, origin top left), or eHandleNone.
     EHandle HitTest(int nMouseX, int nMouseY);
@@ -81,6 +82,8 @@ public:
     void Draw() override;
     bool ContributesToSceneExtents() override { return false; }
     void OnObjectDeletion(QelBase* pDeleted) override;
+    bool Save(QelXMLInterface* pXML) override;
+    bool Load(QelXMLInterface* pXML) override;
 
 private:
     struct SFrame
@@ -102,8 +105,10 @@ private:
     QelDisplayObject* m_pTarget = nullptr;
     QelCamera* m_pCamera = nullptr;
     QelGrid* m_pGrid = nullptr;
+    QelProperty* m_pMode;
+    QelProperty* m_pHandlePixels;
+    /// The mode of the drag in progress.
     EMode m_eMode = eModeTranslate;
-    float m_fHandlePixels = 80.0f;
     EHandle m_eGrabbed = eHandleNone;
     SFrame m_cStartFrame;
     QelVec3 m_vecStartPoint; ///< where the drag started on the handle's line or plane

@@ -2,6 +2,7 @@
 #include "qel/display/QelClipPlane.h"
 #include "qel/display/QelGrid.h"
 #include "qel/display/QelLight.h"
+#include "qel/display/QelManipulator.h"
 #include "qel/display/QelPopupMenu.h"
 #include "qel/properties/QelProperty.h"
 #include "qel/properties/QelVariant.h"
@@ -150,12 +151,14 @@ TEST(QelInteractionXML, CameraLightGridAndPlaneSaveAndLoadWithTheScene)
     grid.SetColors(QelVec4(1, 0, 0, 1), QelVec4(0, 0, 1, 1));
     QelClipPlane plane;
     plane.SetPlane(QelVec3(0, 0, 7), QelVec3(0, 1, 0));
+    QelManipulator manipulator;
+    manipulator.SetMode(QelManipulator::eModeScale);
 
     QelMasterXMLInterface xml;
     xml.NewData("Scene", "");
-    const char* const kElements[4] = {"Camera", "Light", "Grid", "Plane"};
-    const std::vector<QelPlugin*> vSaved = {&camera, &light, &grid, &plane};
-    for (size_t i = 0; i < 4; ++i)
+    const char* const kElements[5] = {"Camera", "Light", "Grid", "Plane", "Manipulator"};
+    const std::vector<QelPlugin*> vSaved = {&camera, &light, &grid, &plane, &manipulator};
+    for (size_t i = 0; i < 5; ++i)
     {
         QelPlugin* p = vSaved[i];
         xml.AddAndMoveToChildNode(kElements[i]);
@@ -170,8 +173,9 @@ TEST(QelInteractionXML, CameraLightGridAndPlaneSaveAndLoadWithTheScene)
     QelLight light2;
     QelGrid grid2;
     QelClipPlane plane2;
-    const std::vector<QelPlugin*> vLoaded = {&camera2, &light2, &grid2, &plane2};
-    for (size_t i = 0; i < 4; ++i)
+    QelManipulator manipulator2;
+    const std::vector<QelPlugin*> vLoaded = {&camera2, &light2, &grid2, &plane2, &manipulator2};
+    for (size_t i = 0; i < 5; ++i)
     {
         QelPlugin* p = vLoaded[i];
         in.MoveToRootNode();
@@ -193,6 +197,7 @@ TEST(QelInteractionXML, CameraLightGridAndPlaneSaveAndLoadWithTheScene)
     ASSERT_TRUE(plane.GetWorldPlane(a) && plane2.GetWorldPlane(b));
     EXPECT_NEAR(a.m_fB, b.m_fB, 1e-6f);
     EXPECT_NEAR(a.m_fD, b.m_fD, 1e-5f);
+    EXPECT_EQ(manipulator2.GetMode(), QelManipulator::eModeScale);
 
     // A document with values no one should trust: clamped or reset, never NaN in the camera.
     QelMasterXMLInterface bad;
