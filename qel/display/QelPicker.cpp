@@ -9,30 +9,46 @@
 
 namespace
 {
-/// Where the ray enters the box (0 when it starts inside); false when it misses.
-bool RayBox(const QelVec3& vStart, const QelVec3& vDirection, const QelBox3& cBox, float& fEnter)
+/// A ray made ready for many box tests: the reciprocals of its direction are taken once.
+struct SBoxRay
 {
-    float t0 = 0.0f, t1 = 3.4028235e38f;
-    for (int a = 0; a < 3; ++a)
+    explicit SBoxRay(const QelRay& ray) : m_vecStart(ray.m_vecStart)
     {
-        const float s = vStart[a], d = vDirection[a];
-        if (d == 0.0f)
+        for (int a = 0; a < 3; ++a)
         {
-            if (s < cBox.m_vecMin[a] || s > cBox.m_vecMax[a])
-                return false;
-            continue;
+            const float d = ray.m_vecDirection[a];
+            m_bFlat[a] = d == 0.0f;
+            m_fInverse[a] = m_bFlat[a] ? 0.0f : 1.0f / d;
         }
-        float fNear = (cBox.m_vecMin[a] - s) / d, fFar = (cBox.m_vecMax[a] - s) / d;
-        if (fNear > fFar)
-            std::swap(fNear, fFar);
-        t0 = std::max(t0, fNear);
-        t1 = std::min(t1, fFar);
-        if (!(t0 <= t1))
-            return false;
     }
-    fEnter = t0;
-    return true;
-}
+    /// Where the ray enters the box (0 when it starts inside); false when it misses.
+    bool Hit(const QelBox3& cBox, float& fEnter) const
+    {
+        float t0 = 0.0f, t1 = 3.4028235e38f;
+        for (int a = 0; a < 3; ++a)
+        {
+            const float s = m_vecStart[a];
+            if (m_bFlat[a])
+            {
+                if (s < cBox.m_vecMin[a] || s > cBox.m_vecMax[a])
+                    return false;
+                continue;
+            }
+            float fNear = (cBox.m_vecMin[a] - s) * m_fInverse[a], fFar = (cBox.m_vecMax[a] - s) * m_fInverse[a];
+            if (fNear > fFar)
+                std::swap(fNear, fFar);
+            t0 = std::max(t0, fNear);
+            t1 = std::min(t1, fFar);
+            if (!(t0 <= t1))
+                return false;
+        }
+        fEnter = t0;
+        return true;
+    }
+    QelVec3 m_vecStart;
+    float m_fInverse[3];
+    bool m_bFlat[3];
+};
 
 /// The world bounds of a local box: the centre moved, the half sizes through the absolute matrix.
 QelBox3 WorldBounds(const QelBox3& cLocal, const QelMatrix4& m)
@@ -65,9 +81,10 @@ void ForEachDrawn(const std::vector<QelDisplayObject*>& vecRoots, Fn&& fn)
 std::vector<QelPickHit> QelPicker::PickAll(const std::vector<QelDisplayObject*>& vecRoots, const QelRay& ray)
 {
     std::vector<QelPickHit> vHits;
+    const SBoxRay cWorldRay(ray);
     ForEachDrawn(vecRoots, [&](QelDisplayObject& object, const QelMatrix4& mWorld) {
         float t = 0.0f;
-        if (!RayBox(ray.m_vecStart, ray.m_vecDirection, WorldBounds(object.GetExtents(), mWorld), t))
+        if (!cWorldRay.Hit(WorldBounds(object.GetExtents(), mWorld), t))
             return;
         // In the object's own coordinates the box is exact; t keeps its meaning, as the local
         // direction is the world one through the same (inverse) matrix.
@@ -77,7 +94,7 @@ std::vector<QelPickHit> QelPicker::PickAll(const std::vector<QelDisplayObject*>&
         QelMatrix4 mLinear(mInverse);
         mLinear.GetTranslation() = QelVec3(0, 0, 0);
         const QelRay cLocal(mInverse * ray.m_vecStart, mLinear * ray.m_vecDirection);
-        if (!RayBox(cLocal.m_vecStart, cLocal.m_vecDirection, object.GetExtents(), t))
+        if (!SBoxRay(cLocal).Hit(object.GetExtents(), t))
             return;
         if (QelPickMesh* pMesh = object.GetPickMesh())
             if (!pMesh->IntersectRay(cLocal, t))
