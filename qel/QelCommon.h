@@ -70,10 +70,20 @@
 #include "qel/expression/QelExpression.h"
 
 // display
+#include "qel/display/QelCamera.h"
+#include "qel/display/QelClipPlane.h"
 #include "qel/display/QelDisplayObject.h"
 #include "qel/display/QelDisplaySystem.h"
+#include "qel/display/QelFocalPoint.h"
+#include "qel/display/QelGrid.h"
 #include "qel/display/QelKeyState.h"
+#include "qel/display/QelLight.h"
+#include "qel/display/QelManipulator.h"
 #include "qel/display/QelMouseState.h"
+#include "qel/display/QelPickMesh.h"
+#include "qel/display/QelPicker.h"
+#include "qel/display/QelPopupMenu.h"
+#include "qel/display/QelSwitchableObject.h"
 #include "qel/display/QelTransform.h"
 
 // text

@@ -8,6 +8,8 @@
 #include <functional>
 #include <vector>
 
+class QelPickMesh;
+
 /// A node drawn in the OpenGL view, with a parent and ordered children. A derived object overrides
 /// Draw; Render draws the object and its subtree under their transforms.
 ///
@@ -56,6 +58,10 @@ public:
     const std::vector<QelDisplayObject*>& GetChildren() const { return m_vecChildren; }
     /// True when pObject lies below this object (not for the object itself).
     bool IsAncestorOf(const QelDisplayObject* pObject) const;
+
+    /// The triangles picking tests after the object's bounds, in its own coordinates; null (the
+    /// default) lets the bounds (GetExtents) stand for the object.
+    virtual QelPickMesh* GetPickMesh() { return nullptr; }
 
     /// Detaches the children first, then deletes as a node does (the parent is told and lets go).
     void OnDelete() override;

@@ -1,9 +1,12 @@
 #include "qel/display/QelDisplaySystem.h"
 
+#include "qel/display/QelDisplayObject.h"
 #include "qel/framework/QelSysApp.h"
 #include "qel/properties/QelProperty.h"
 
 #include <GL/glew.h>
+
+#include <algorithm>
 
 namespace
 {
@@ -37,6 +40,7 @@ public:
     uint32_t m_nWindowHeight = 0;
     bool m_bAllowOpenOnLoad = true;
     QelDisplaySystem::STabletData m_cTablet;
+    std::vector<QelDisplayObject*> m_vSelection;
 };
 
 QelDisplaySystem::QelDisplaySystem() : m_pDef(new QelDisplaySystemDef(this))
@@ -68,6 +72,7 @@ QelDisplaySystem& QelDisplaySystem::operator=(const QelDisplaySystem& other)
 
 QelDisplaySystem::~QelDisplaySystem()
 {
+    ReplaceSelection({});
     delete m_pDef;
 }
 
@@ -200,3 +205,76 @@ bool QelDisplaySystem::NeedsRedraw() { return m_pDef->m_bNeedsRedraw; }
 void QelDisplaySystem::ResetRedrawFlag() { m_pDef->m_bNeedsRedraw = false; }
 void QelDisplaySystem::SetAllowOpenOnLoad(bool bAllow) { m_pDef->m_bAllowOpenOnLoad = bAllow; }
 bool QelDisplaySystem::IsAllowedOpenOnLoad() { return m_pDef->m_bAllowOpenOnLoad; }
+
+const std::vector<QelDisplayObject*>& QelDisplaySystem::GetSelection() const
+{
+    return m_pDef->m_vSelection;
+}
+
+bool QelDisplaySystem::IsInSelection(const QelDisplayObject* pObject) const
+{
+    const std::vector<QelDisplayObject*>& v = m_pDef->m_vSelection;
+    return pObject && std::find(v.begin(), v.end(), pObject) != v.end();
+}
+
+bool QelDisplaySystem::ReplaceSelection(const std::vector<QelDisplayObject*>& vecObjects)
+{
+    std::vector<QelDisplayObject*> vNew;
+    for (QelDisplayObject* p : vecObjects)
+        if (p && !p->IsDeleted() && std::find(vNew.begin(), vNew.end(), p) == vNew.end())
+            vNew.push_back(p);
+    std::vector<QelDisplayObject*>& vOld = m_pDef->m_vSelection;
+    if (vNew == vOld)
+        return false;
+    for (QelDisplayObject* p : vOld)
+        if (std::find(vNew.begin(), vNew.end(), p) == vNew.end())
+        {
+            p->Select(false);
+            ReleaseObject(p);
+        }
+    for (QelDisplayObject* p : vNew)
+    {
+        p->Select(true);
+        HoldObject(p);
+    }
+    vOld.swap(vNew);
+    return true;
+}
+
+void QelDisplaySystem::SetSelection(const std::vector<QelDisplayObject*>& vecObjects)
+{
+    if (ReplaceSelection(vecObjects))
+        HandleChangeOfSelection();
+}
+
+void QelDisplaySystem::AddToSelection(QelDisplayObject* pObject)
+{
+    std::vector<QelDisplayObject*> v = m_pDef->m_vSelection;
+    v.push_back(pObject);
+    SetSelection(v);
+}
+
+void QelDisplaySystem::RemoveFromSelection(QelDisplayObject* pObject)
+{
+    std::vector<QelDisplayObject*> v = m_pDef->m_vSelection;
+    v.erase(std::remove(v.begin(), v.end(), pObject), v.end());
+    SetSelection(v);
+}
+
+void QelDisplaySystem::ClearSelection()
+{
+    SetSelection({});
+}
+
+void QelDisplaySystem::OnObjectDeletion(QelBase* pDeleted)
+{
+    std::vector<QelDisplayObject*>& v = m_pDef->m_vSelection;
+    auto it = std::find(v.begin(), v.end(), pDeleted);
+    if (it != v.end())
+    {
+        v.erase(it);
+        ReleaseObject(pDeleted);
+        HandleChangeOfSelection();
+    }
+    QelPropertyContainer::OnObjectDeletion(pDeleted);
+}

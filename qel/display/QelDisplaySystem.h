@@ -128,9 +128,24 @@ public:
     virtual void SetAllowOpenOnLoad(bool bAllow);
     virtual bool IsAllowedOpenOnLoad();
 
+    // The selection set. Every change that alters the set calls HandleChangeOfSelection once and
+    // keeps the objects' own selected flags in step; the view holds the selected objects, so one
+    // that is deleted leaves the set (and the hook is called).
+    const std::vector<QelDisplayObject*>& GetSelection() const;
+    bool IsInSelection(const QelDisplayObject* pObject) const;
+    /// Replaces the set; null and duplicate entries are skipped.
+    void SetSelection(const std::vector<QelDisplayObject*>& vecObjects);
+    void AddToSelection(QelDisplayObject* pObject);
+    void RemoveFromSelection(QelDisplayObject* pObject);
+    void ClearSelection();
+    /// A selected object being deleted leaves the selection.
+    void OnObjectDeletion(QelBase* pDeleted) override;
+
 private:
     /// Creates "Reserved:This" (or points an existing one back at this object).
     void BindReservedThis();
+    /// Stores the set without telling anyone; true when it differs from the current one.
+    bool ReplaceSelection(const std::vector<QelDisplayObject*>& vecObjects);
 
     QelDisplaySystemDef* m_pDef;
 };
