@@ -32,7 +32,11 @@ bool QelDevILAttachOpenGL()
     if (!s_bRendererAttached)
     {
         QelDevILInit();
+        glPushAttrib(GL_ENABLE_BIT);
+        glPushClientAttrib(GL_CLIENT_PIXEL_STORE_BIT);
         ilutRenderer(ILUT_OPENGL);
+        glPopClientAttrib();
+        glPopAttrib();
         s_bRendererAttached = true;
     }
     return true;

@@ -81,14 +81,21 @@ ILenum SniffType(const unsigned char* p, size_t n)
 /// Runs a DevIL load into a fresh image and makes the texture from it.
 bool ThroughDevIL(const std::function<bool()>& fnLoad, QelTextureCacheEntry& cEntry)
 {
-    QelDevILUseTextureMode();
-    if (!QelDevILAttachOpenGL())
+    if (!QelGLContextIsCurrent())
         return false;
+    // ILUT enables texturing and changes the pixel store as it sets itself up and uploads; the
+    // caller's state stays.
+    glPushAttrib(GL_ENABLE_BIT);
+    glPushClientAttrib(GL_CLIENT_PIXEL_STORE_BIT);
+    QelDevILUseTextureMode();
+    QelDevILAttachOpenGL();
     ILuint nImage = 0;
     ilGenImages(1, &nImage);
     ilBindImage(nImage);
     const bool bOk = fnLoad() && QelTextureFromBoundImage(cEntry);
     ilDeleteImages(1, &nImage);
+    glPopClientAttrib();
+    glPopAttrib();
     return bOk;
 }
 

@@ -2,6 +2,7 @@
 
 #include "qel/platform/QelBitmap.h"
 
+#include <GL/glew.h>
 #include <IL/il.h>
 #include <IL/ilu.h>
 #include <IL/ilut.h>
@@ -17,7 +18,20 @@ void QelDevILInit()
     s_bDone = true;
     ilInit();
     iluInit();
+    // ILUT sets up its OpenGL renderer here, which enables texturing and changes the pixel store
+    // of a current context: the host's state is kept.
+    const bool bContext = glGetString(GL_VERSION) != nullptr;
+    if (bContext)
+    {
+        glPushAttrib(GL_ENABLE_BIT);
+        glPushClientAttrib(GL_CLIENT_PIXEL_STORE_BIT);
+    }
     ilutInit();
+    if (bContext)
+    {
+        glPopClientAttrib();
+        glPopAttrib();
+    }
 }
 
 bool QelDevILDecodeRgba(unsigned int nType, const void* pData, size_t nSize, std::vector<unsigned char>& vRgba,
