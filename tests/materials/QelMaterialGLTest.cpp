@@ -1,5 +1,8 @@
 #include "qel/materials/QelMaterial.h"
+#include "qel/materials/QelMaterialInterface.h"
 #include "qel/materials/QelTexture.h"
+#include "qel/properties/QelProperty.h"
+#include "qel/properties/QelPropertyContainer.h"
 #include "tests/materials/QelMaterialsTestUtil.h"
 #include "tests/support/QelGLTest.h"
 #include "tests/support/QelTestApp.h"
@@ -317,4 +320,66 @@ TEST(QelMaterialGL, LitSphereFollowsTheDiffuseColorAndItsModulation)
     gluDeleteQuadric(pQuadric);
     glDisable(GL_LIGHTING);
     glDisable(GL_DEPTH_TEST);
+}
+
+namespace
+{
+class Painted : public QelPropertyContainer
+{
+public:
+    void Calculate() override { m_cMaterial.Calculate(); }
+    QelMaterialInterface m_cMaterial;
+};
+} // namespace
+
+TEST(QelMaterialGL, InterfaceLoadsEditedFilesScalesTilingAndInheritsTheCallersTexture)
+{
+    const std::string strDir = TestDir();
+    ASSERT_TRUE(WriteImage(strDir + "q.png", 4, 4, Quadrants()));
+    ASSERT_TRUE(WriteImage(strDir + "g.png", 4, 4, Solid(kGreen)));
+    QEL_REQUIRE_GL();
+    Painted obj;
+    QelMaterial m;
+    m.m_vecDiffuse = QelVec4(1, 0, 0, 1);
+    m.m_vLayers.resize(1);
+    m.m_vLayers[0].m_nFunction = QelTextureLayer::eFunctionReplace;
+    obj.m_cMaterial.Set(&m);
+    obj.m_cMaterial.CreateProperties(&obj, "M", true, true, true, true, true, true, false);
+    obj.GetProperty("M:Texture 1:Filename")->SetAsString(strDir + "q.png");
+    obj.GetProperty("M:Name")->GetAsString();
+    ASSERT_TRUE(obj.m_cMaterial.HasChanged());
+    ASSERT_TRUE(obj.m_cMaterial.GetMaterial().m_vLayers[0].m_cTexture.IsValid());
+
+    auto draw = [&] {
+        obj.m_cMaterial.Activate(kOpaqueWhite, 1, 1, 1, 1);
+        DrawQuad();
+        obj.m_cMaterial.Deactivate(true);
+    };
+    draw();
+    EXPECT_EQ(PixelAt(0.25f, 0.75f), kRed);
+    EXPECT_EQ(PixelAt(0.75f, 0.25f), kWhite);
+    obj.m_cMaterial.SetUScaleFactor(2.0f); // two copies across
+    draw();
+    EXPECT_EQ(PixelAt(0.625f, 0.25f), kBlue);
+    obj.m_cMaterial.SetUScaleFactor(1.0f);
+
+    obj.m_cMaterial.Enable(false); // colors only
+    draw();
+    EXPECT_EQ(PixelAt(0.25f, 0.25f), kRed);
+    obj.m_cMaterial.Enable(true);
+
+    // Inherit: the layer keeps the caller's texture when the caller has texturing on.
+    obj.GetProperty("M:Texture 1:Enabled")->SetAsInt(2);
+    obj.GetProperty("M:Name")->GetAsString();
+    EXPECT_FALSE(obj.m_cMaterial.GetMaterial().m_vLayers[0].m_cTexture.IsValid());
+    QelTexture caller;
+    ASSERT_TRUE(caller.LoadFromFile(strDir + "g.png", true));
+    caller.Bind();
+    glEnable(GL_TEXTURE_2D);
+    draw();
+    EXPECT_EQ(PixelAt(0.5f, 0.5f), kGreen);
+    EXPECT_TRUE(Enabled(GL_TEXTURE_2D)); // the caller's state is given back
+    glDisable(GL_TEXTURE_2D);
+    draw();
+    EXPECT_EQ(PixelAt(0.5f, 0.5f), kRed);
 }

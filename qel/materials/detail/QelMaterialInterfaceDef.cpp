@@ -158,8 +158,9 @@ void QelMaterialInterfaceDef::WriteProperties()
         for (size_t k = 0; k < m_vStandardTextures.size() && c.m_cTexture.IsValid(); ++k)
             if (m_vStandardTextures[k] == c.m_cTexture)
                 nChoice = int(k) + 1;
-        const bool bInherit = !c.m_cTexture.IsValid() && c.m_strFilename.empty();
-        p.m_nLoadedState = !c.m_bEnabled ? eLayerDisabled : bInherit ? eLayerInherit : eLayerEnabled;
+        // A layer without a texture inherits in the material anyway; "Inherit" is for the user who
+        // wants the caller's texture in place of a named file.
+        p.m_nLoadedState = c.m_bEnabled ? eLayerEnabled : eLayerDisabled;
         p.m_nLoadedChoice = nChoice;
         p.m_strLoadedFile = c.m_strFilename;
         WriteInt(p.m_pEnabled, p.m_nLoadedState);
