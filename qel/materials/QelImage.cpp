@@ -3,6 +3,8 @@
 #include "qel/materials/detail/QelDevILModes.h"
 #include "qel/platform/QelBitmap.h"
 #include "qel/platform/QelResources.h"
+#include "qel/platform/QelString.h"
+#include "qel/platform/detail/QelDevIL.h"
 
 #include <GL/glew.h>
 #define ILUT_USE_OPENGL
@@ -11,6 +13,7 @@
 #include <IL/ilut.h>
 
 #include <limits>
+#include <vector>
 
 QelImage::QelImage() = default;
 
@@ -62,7 +65,10 @@ bool QelImage::LoadFromFile(const std::string& strFilename)
     Bind();
     ilEnable(IL_ORIGIN_SET);
     ilOriginFunc(IL_ORIGIN_UPPER_LEFT);
-    return ilLoadImage(strFilename.c_str()) == IL_TRUE;
+    // Read here rather than by DevIL, so that the bytes are checked before DevIL decodes them.
+    std::vector<unsigned char> vBytes;
+    return QelReadWholeFile(QelHostPath(strFilename), vBytes) &&
+           QelDevILLoadChecked(vBytes.data(), vBytes.size(), strFilename);
 }
 
 bool QelImage::LoadFromMemory(const void*)
@@ -75,7 +81,7 @@ bool QelImage::LoadFromMemory(const void* pData, unsigned int nSize)
     if (!pData || nSize == 0)
         return false;
     Bind();
-    return ilLoadL(IL_TYPE_UNKNOWN, pData, nSize) == IL_TRUE;
+    return QelDevILLoadChecked(static_cast<const unsigned char*>(pData), nSize, std::string());
 }
 
 bool QelImage::LoadFromResource(HINSTANCE hModule, unsigned int nId, const std::string& strType)

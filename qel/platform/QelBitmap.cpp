@@ -3,8 +3,6 @@
 #include "qel/platform/QelResources.h"
 #include "qel/platform/detail/QelDevIL.h"
 
-#include <IL/il.h>
-
 #include <cstdint>
 #include <cstring>
 
@@ -80,7 +78,7 @@ HBITMAP QelBitmap::LoadFromResource(HINSTANCE hModule, unsigned int nId)
         nSize = vFile.size();
     }
     HBITMAP hBitmap = new HBITMAP__;
-    if (!QelDevILDecodeRgba(IL_BMP, pBytes, nSize, hBitmap->m_vPixels, hBitmap->m_nWidth, hBitmap->m_nHeight))
+    if (!QelDevILDecodeRgba(pBytes, nSize, hBitmap->m_vPixels, hBitmap->m_nWidth, hBitmap->m_nHeight))
     {
         delete hBitmap;
         return nullptr;

@@ -122,3 +122,13 @@ std::string QelCanonicalizePath(const std::string& strPath)
         out += '\\';
     return out;
 }
+
+std::string QelHostPath(std::string strPath)
+{
+#if !defined(_WIN32)
+    for (char& c : strPath)
+        if (c == '\\')
+            c = '/';
+#endif
+    return strPath;
+}

@@ -350,3 +350,57 @@ TEST(QelTexture, FilenameFiltersAndAnEmptyTexture)
     EXPECT_FALSE(t.LoadFromFile("", true));
     EXPECT_EQ(cap.Messages(), std::vector<std::string>{"<warning> Texture [] failed to load\n"});
 }
+
+TEST(QelTextureGL, BrokenImageFilesAreRefusedBeforeDevILDecodesThem)
+{
+    const std::string strDir = TestDir();
+    ASSERT_TRUE(WriteImage(strDir + "ok.bmp", 4, 4, TwoBands(4, 4, 0xFF0000FFu, 0xFF00FF00u)));
+    ASSERT_TRUE(WriteImage(strDir + "ok.tga", 4, 4, TwoBands(4, 4, 0xFF0000FFu, 0xFF00FF00u)));
+    ASSERT_TRUE(WriteImage(strDir + "ok.png", 4, 4, TwoBands(4, 4, 0xFF0000FFu, 0xFF00FF00u)));
+    QEL_REQUIRE_GL();
+    const std::vector<unsigned char> vBmp = ReadFile(strDir + "ok.bmp"), vTga = ReadFile(strDir + "ok.tga");
+    const std::vector<unsigned char> vPng = ReadFile(strDir + "ok.png");
+    ASSERT_EQ(vTga[2], 2); // uncompressed true color
+    auto patched = [](std::vector<unsigned char> v, size_t nAt, std::initializer_list<unsigned char> l) {
+        std::copy(l.begin(), l.end(), v.begin() + nAt);
+        return v;
+    };
+    // A run-length Targa whose one packet claims more pixels than the image has.
+    std::vector<unsigned char> vRle(vTga.begin(), vTga.begin() + 18);
+    vRle[2] = 10;
+    for (unsigned char c : {0xFF, 1, 2, 3, 4, 0x8F, 1, 2, 3, 4})
+        vRle.push_back(c);
+    struct Row
+    {
+        const char* pName;
+        std::vector<unsigned char> vBytes;
+    };
+    const Row aRows[] = {
+        {"bmp_taller_than_its_pixels.bmp", patched(vBmp, 22, {0, 1, 0, 0})},
+        {"bmp_run_length.bmp", patched(vBmp, 30, {1, 0, 0, 0})},
+        {"bmp_wider_than_allowed.bmp", patched(vBmp, 18, {0, 0, 1, 0})},
+        {"bmp_truncated.bmp", std::vector<unsigned char>(vBmp.begin(), vBmp.end() - 3)},
+        {"tga_truncated.tga", std::vector<unsigned char>(vTga.begin(), vTga.begin() + 40)},
+        {"tga_zero_width.tga", patched(vTga, 12, {0, 0})},
+        {"tga_color_mapped.tga", patched(vTga, 2, {1})},
+        {"tga_packet_past_the_end.tga", vRle},
+        {"png_truncated.png", std::vector<unsigned char>(vPng.begin(), vPng.begin() + 40)},
+        {"unknown_format.psd", {'8', 'B', 'P', 'S', 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0, 4, 0, 0, 0, 4}},
+    };
+    for (const Row& r : aRows)
+    {
+        SCOPED_TRACE(r.pName);
+        const std::string strPath = strDir + r.pName;
+        ASSERT_TRUE(WriteFile(strPath, r.vBytes));
+        QelCapture cap;
+        QelTexture t;
+        EXPECT_FALSE(t.LoadFromFile(strPath, true));
+        EXPECT_EQ(cap.Messages(), std::vector<std::string>{"<warning> Texture [" + strPath + "] failed to load\n"});
+        EXPECT_FALSE(t.LoadFromMemory(r.vBytes.data(), unsigned(r.vBytes.size()), false));
+    }
+    // The sound originals load, from files and from memory.
+    QelTexture t;
+    EXPECT_TRUE(t.LoadFromFile(strDir + "ok.tga", true));
+    EXPECT_TRUE(t.LoadFromMemory(vTga.data(), unsigned(vTga.size()), true));
+    EXPECT_TRUE(t.LoadFromMemory(vBmp.data(), unsigned(vBmp.size()), true));
+}

@@ -5,6 +5,7 @@
 #include "qel/materials/detail/QelTextureCache.h"
 #include "qel/materials/detail/QelTextureDef.h"
 #include "qel/platform/QelString.h"
+#include "qel/platform/detail/QelDevIL.h"
 
 #include <GL/glew.h>
 #define ILUT_USE_OPENGL
@@ -12,70 +13,14 @@
 #include <IL/ilu.h>
 #include <IL/ilut.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <functional>
-#include <limits>
 
 namespace
 {
-/// Files larger than this are not read into memory (no texture is that large).
-constexpr long kMaxFileBytes = 1L << 30;
-
-/// Paths are Windows paths; off Windows a backslash still separates folders.
-std::string HostPath(std::string strPath)
-{
-#if !defined(_WIN32)
-    for (char& c : strPath)
-        if (c == '\\')
-            c = '/';
-#endif
-    return strPath;
-}
-
-bool ReadWholeFile(const std::string& strPath, std::vector<unsigned char>& vBytes)
-{
-    FILE* pFile = std::fopen(strPath.c_str(), "rb");
-    if (!pFile)
-        return false;
-    bool bOk = std::fseek(pFile, 0, SEEK_END) == 0;
-    const long nSize = bOk ? std::ftell(pFile) : -1;
-    bOk = bOk && nSize >= 0 && nSize <= kMaxFileBytes && std::fseek(pFile, 0, SEEK_SET) == 0;
-    if (bOk)
-    {
-        vBytes.resize(size_t(nSize));
-        bOk = std::fread(vBytes.data(), 1, vBytes.size(), pFile) == vBytes.size();
-    }
-    std::fclose(pFile);
-    return bOk;
-}
-
 bool HasDDSExtension(const std::string& strPath)
 {
     const size_t nDot = strPath.rfind('.');
     return nDot != std::string::npos && QelStricmp(strPath.c_str() + nDot + 1, "dds") == 0;
-}
-
-/// The DevIL type of a memory block, among the formats textures offer; DevIL's guess would also
-/// try every other reader it has on arbitrary bytes. Targa has no signature and is the rest.
-ILenum SniffType(const unsigned char* p, size_t n)
-{
-    auto starts = [&](const char* pMagic, size_t nLen) {
-        return n >= nLen && std::equal(pMagic, pMagic + nLen, reinterpret_cast<const char*>(p));
-    };
-    if (starts("\x89PNG", 4))
-        return IL_PNG;
-    if (starts("\xFF\xD8\xFF", 3))
-        return IL_JPG;
-    if (starts("BM", 2))
-        return IL_BMP;
-    if (starts("GIF8", 4))
-        return IL_GIF;
-    if (starts("II*\0", 4) || starts("MM\0*", 4))
-        return IL_TIF;
-    if (starts("DDS ", 4))
-        return IL_DDS;
-    return IL_TGA;
 }
 
 /// Runs a DevIL load into a fresh image and makes the texture from it.
@@ -157,24 +102,24 @@ bool QelTextureFromBoundImage(QelTextureCacheEntry& cEntry)
 
 bool QelTextureFromFile(const std::string& strPath, QelTextureCacheEntry& cEntry)
 {
-    const std::string strHostPath = HostPath(strPath);
+    // The library reads the file itself, DevIL only decodes checked bytes.
+    std::vector<unsigned char> vBytes;
+    if (!QelReadWholeFile(QelHostPath(strPath), vBytes) || vBytes.empty())
+        return false;
     if (HasDDSExtension(strPath))
     {
-        std::vector<unsigned char> vBytes;
-        if (!ReadWholeFile(strHostPath, vBytes))
-            return false;
         bool bOther = false;
         if (FromDDS(vBytes.data(), vBytes.size(), cEntry, bOther))
             return true;
         if (!bOther)
             return false;
     }
-    return ThroughDevIL([&] { return ilLoadImage(strHostPath.c_str()) == IL_TRUE; }, cEntry);
+    return ThroughDevIL([&] { return QelDevILLoadChecked(vBytes.data(), vBytes.size(), strPath); }, cEntry);
 }
 
 bool QelTextureFromMemory(const unsigned char* pData, size_t nSize, QelTextureCacheEntry& cEntry)
 {
-    if (!pData || nSize == 0 || nSize > std::numeric_limits<ILuint>::max())
+    if (!pData || nSize == 0)
         return false;
     if (QelIsDDS(pData, nSize))
     {
@@ -184,8 +129,7 @@ bool QelTextureFromMemory(const unsigned char* pData, size_t nSize, QelTextureCa
         if (!bOther)
             return false;
     }
-    const ILenum eType = SniffType(pData, nSize);
-    return ThroughDevIL([&] { return ilLoadL(eType, pData, ILuint(nSize)) == IL_TRUE; }, cEntry);
+    return ThroughDevIL([&] { return QelDevILLoadChecked(pData, nSize, std::string()); }, cEntry);
 }
 
 bool QelTextureFromPixels(const unsigned char* pRgba, unsigned int nWidth, unsigned int nHeight,

@@ -1,12 +1,14 @@
 #include "qel/platform/detail/QelDevIL.h"
 
 #include "qel/platform/QelBitmap.h"
+#include "qel/platform/detail/QelImageCheck.h"
 
 #include <GL/glew.h>
 #include <IL/il.h>
 #include <IL/ilu.h>
 #include <IL/ilut.h>
 
+#include <cstdio>
 #include <cstring>
 #include <limits>
 
@@ -34,17 +36,46 @@ void QelDevILInit()
     }
 }
 
-bool QelDevILDecodeRgba(unsigned int nType, const void* pData, size_t nSize, std::vector<unsigned char>& vRgba,
-                        unsigned int& nWidth, unsigned int& nHeight)
+bool QelReadWholeFile(const std::string& strPath, std::vector<unsigned char>& vBytes)
 {
-    nWidth = nHeight = 0;
+    constexpr long kMaxFileBytes = 1L << 30;
+    FILE* pFile = std::fopen(strPath.c_str(), "rb");
+    if (!pFile)
+        return false;
+    bool bOk = std::fseek(pFile, 0, SEEK_END) == 0;
+    const long nSize = bOk ? std::ftell(pFile) : -1;
+    bOk = bOk && nSize >= 0 && nSize <= kMaxFileBytes && std::fseek(pFile, 0, SEEK_SET) == 0;
+    if (bOk)
+    {
+        vBytes.resize(size_t(nSize));
+        bOk = std::fread(vBytes.data(), 1, vBytes.size(), pFile) == vBytes.size();
+    }
+    std::fclose(pFile);
+    return bOk;
+}
+
+bool QelDevILLoadChecked(const unsigned char* pData, size_t nSize, const std::string& strName)
+{
     if (!pData || nSize == 0 || nSize > std::numeric_limits<ILuint>::max())
         return false;
+    static const ILenum kTypes[] = {IL_TYPE_UNKNOWN, IL_PNG, IL_JPG, IL_BMP, IL_TGA, IL_GIF, IL_TIF, IL_DDS};
+    static_assert(sizeof(kTypes) / sizeof(kTypes[0]) == eQelImageDds + 1, "one DevIL type per format");
+    const EQelImageFormat eFormat = QelImageFormatOf(pData, nSize, strName);
+    if (eFormat == eQelImageUnknown || !QelImageIsSound(eFormat, pData, nSize))
+        return false;
+    return ilLoadL(kTypes[eFormat], pData, ILuint(nSize)) == IL_TRUE;
+}
+
+bool QelDevILDecodeRgba(const void* pData, size_t nSize, std::vector<unsigned char>& vRgba, unsigned int& nWidth,
+                        unsigned int& nHeight)
+{
+    nWidth = nHeight = 0;
     QelDevILInit();
     ILuint nImage = 0;
     ilGenImages(1, &nImage);
     ilBindImage(nImage);
-    bool bOk = ilLoadL(nType, pData, ILuint(nSize)) == IL_TRUE && ilConvertImage(IL_RGBA, IL_UNSIGNED_BYTE) == IL_TRUE;
+    bool bOk = QelDevILLoadChecked(static_cast<const unsigned char*>(pData), nSize, std::string()) &&
+               ilConvertImage(IL_RGBA, IL_UNSIGNED_BYTE) == IL_TRUE;
     if (bOk)
     {
         const ILint w = ilGetInteger(IL_IMAGE_WIDTH), h = ilGetInteger(IL_IMAGE_HEIGHT);

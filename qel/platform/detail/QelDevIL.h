@@ -1,12 +1,20 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 /// DevIL's own initialisation (ilInit, iluInit, ilutInit), once per process.
 void QelDevILInit();
 
-/// Decodes an image file held in memory into RGBA bytes, top row first. The type is a DevIL type
-/// (IL_TYPE_UNKNOWN to let DevIL guess). False when DevIL refuses the bytes or the size is absurd.
-bool QelDevILDecodeRgba(unsigned int nType, const void* pData, size_t nSize, std::vector<unsigned char>& vRgba,
-                        unsigned int& nWidth, unsigned int& nHeight);
+/// Reads a whole file (up to 1 GiB); false when it cannot be read.
+bool QelReadWholeFile(const std::string& strPath, std::vector<unsigned char>& vBytes);
+
+/// Loads an image file held in memory into the bound DevIL image, after QelImageIsSound accepted
+/// it. The name (may be empty) gives the format of blocks without a signature.
+bool QelDevILLoadChecked(const unsigned char* pData, size_t nSize, const std::string& strName);
+
+/// Decodes an image file held in memory into RGBA bytes, top row first. False when the block is
+/// refused or the size is absurd.
+bool QelDevILDecodeRgba(const void* pData, size_t nSize, std::vector<unsigned char>& vRgba, unsigned int& nWidth,
+                        unsigned int& nHeight);
