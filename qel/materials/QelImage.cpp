@@ -67,8 +67,9 @@ bool QelImage::LoadFromFile(const std::string& strFilename)
     ilOriginFunc(IL_ORIGIN_UPPER_LEFT);
     // Read here rather than by DevIL, so that the bytes are checked before DevIL decodes them.
     std::vector<unsigned char> vBytes;
-    return QelReadWholeFile(QelHostPath(strFilename), vBytes) &&
-           QelDevILLoadChecked(vBytes.data(), vBytes.size(), strFilename);
+    const std::string strHostPath = QelHostPath(strFilename);
+    return QelReadWholeFile(strHostPath, vBytes) &&
+           QelDevILLoadChecked(vBytes.data(), vBytes.size(), strFilename, strHostPath);
 }
 
 bool QelImage::LoadFromMemory(const void*)

@@ -104,7 +104,8 @@ bool QelTextureFromFile(const std::string& strPath, QelTextureCacheEntry& cEntry
 {
     // The library reads the file itself, DevIL only decodes checked bytes.
     std::vector<unsigned char> vBytes;
-    if (!QelReadWholeFile(QelHostPath(strPath), vBytes) || vBytes.empty())
+    const std::string strHostPath = QelHostPath(strPath);
+    if (!QelReadWholeFile(strHostPath, vBytes) || vBytes.empty())
         return false;
     if (HasDDSExtension(strPath))
     {
@@ -114,7 +115,8 @@ bool QelTextureFromFile(const std::string& strPath, QelTextureCacheEntry& cEntry
         if (!bOther)
             return false;
     }
-    return ThroughDevIL([&] { return QelDevILLoadChecked(vBytes.data(), vBytes.size(), strPath); }, cEntry);
+    return ThroughDevIL([&] { return QelDevILLoadChecked(vBytes.data(), vBytes.size(), strPath, strHostPath); },
+                        cEntry);
 }
 
 bool QelTextureFromMemory(const unsigned char* pData, size_t nSize, QelTextureCacheEntry& cEntry)

@@ -54,7 +54,8 @@ bool QelReadWholeFile(const std::string& strPath, std::vector<unsigned char>& vB
     return bOk;
 }
 
-bool QelDevILLoadChecked(const unsigned char* pData, size_t nSize, const std::string& strName)
+bool QelDevILLoadChecked(const unsigned char* pData, size_t nSize, const std::string& strName,
+                         const std::string& strFileToOpen)
 {
     if (!pData || nSize == 0 || nSize > std::numeric_limits<ILuint>::max())
         return false;
@@ -63,6 +64,8 @@ bool QelDevILLoadChecked(const unsigned char* pData, size_t nSize, const std::st
     const EQelImageFormat eFormat = QelImageFormatOf(pData, nSize, strName);
     if (eFormat == eQelImageUnknown || !QelImageIsSound(eFormat, pData, nSize))
         return false;
+    if (eFormat == eQelImageTiff)
+        return !strFileToOpen.empty() && ilLoad(IL_TIF, strFileToOpen.c_str()) == IL_TRUE;
     return ilLoadL(kTypes[eFormat], pData, ILuint(nSize)) == IL_TRUE;
 }
 

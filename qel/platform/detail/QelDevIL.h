@@ -11,8 +11,11 @@ void QelDevILInit();
 bool QelReadWholeFile(const std::string& strPath, std::vector<unsigned char>& vBytes);
 
 /// Loads an image file held in memory into the bound DevIL image, after QelImageIsSound accepted
-/// it. The name (may be empty) gives the format of blocks without a signature.
-bool QelDevILLoadChecked(const unsigned char* pData, size_t nSize, const std::string& strName);
+/// it. The name (may be empty) gives the format of blocks without a signature. DevIL's memory
+/// reader does not bound the seeks TIFF files make, so a TIFF is read from strFileToOpen, the
+/// file the bytes came from, and refused when there is none.
+bool QelDevILLoadChecked(const unsigned char* pData, size_t nSize, const std::string& strName,
+                         const std::string& strFileToOpen = std::string());
 
 /// Decodes an image file held in memory into RGBA bytes, top row first. False when the block is
 /// refused or the size is absurd.
