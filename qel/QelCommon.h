@@ -4,11 +4,13 @@
 
 // platform
 #include "qel/platform/QelAutomationVariant.h"
+#include "qel/platform/QelBitmap.h"
 #include "qel/platform/QelExecutableMemory.h"
 #include "qel/platform/QelExport.h"
 #include "qel/platform/QelGuid.h"
 #include "qel/platform/QelHandles.h"
 #include "qel/platform/QelRandom.h"
+#include "qel/platform/QelResources.h"
 #include "qel/platform/QelSimd.h"
 #include "qel/platform/QelString.h"
 #include "qel/platform/QelTimer.h"
@@ -66,6 +68,13 @@
 #include "qel/display/QelKeyState.h"
 #include "qel/display/QelMouseState.h"
 #include "qel/display/QelTransform.h"
+
+// materials
+#include "qel/materials/QelImage.h"
+#include "qel/materials/QelMaterial.h"
+#include "qel/materials/QelMaterialInterface.h"
+#include "qel/materials/QelTexture.h"
+#include "qel/materials/QelTextureLayer.h"
 
 // util
 #include "qel/util/QelTextScanner.h"

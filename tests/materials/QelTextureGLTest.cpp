@@ -389,6 +389,9 @@ TEST(QelTextureGL, BrokenImageFilesAreRefusedBeforeDevILDecodesThem)
         {"tga_color_mapped.tga", patched(vTga, 2, {1})},
         {"tga_packet_past_the_end.tga", vRle},
         {"png_truncated.png", std::vector<unsigned char>(vPng.begin(), vPng.begin() + 40)},
+        {"png_wider_than_allowed.png", patched(vPng, 16, {0, 1, 0, 0})},
+        {"gif_screen_too_large.gif", {'G', 'I', 'F', '8', '9', 'a', 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0}},
+        {"jpeg_without_a_frame.jpg", {0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 0, 0, 0xFF, 0xD9}},
         {"unknown_format.psd", {'8', 'B', 'P', 'S', 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0, 4, 0, 0, 0, 4}},
     };
     for (const Row& r : aRows)

@@ -19,6 +19,23 @@ uint32_t U32(const unsigned char* p)
     return U16(p) | U16(p + 2) << 16;
 }
 
+/// Sides and a pixel count DevIL may allocate for without exhausting the host: 16384 a side as
+/// OpenGL allows, at most 64 M pixels (256 MiB as RGBA).
+bool SizeIsSane(uint64_t nWidth, uint64_t nHeight)
+{
+    return nWidth > 0 && nHeight > 0 && nWidth <= kMaxSide && nHeight <= kMaxSide && nWidth * nHeight <= (1u << 26);
+}
+
+uint32_t U16BigEndian(const unsigned char* p)
+{
+    return uint32_t(p[0]) << 8 | uint32_t(p[1]);
+}
+
+uint32_t U32BigEndian(const unsigned char* p)
+{
+    return U16BigEndian(p) << 16 | U16BigEndian(p + 2);
+}
+
 bool Starts(const unsigned char* p, size_t n, const char* pMagic, size_t nLen)
 {
     return n >= nLen && std::equal(pMagic, pMagic + nLen, reinterpret_cast<const char*>(p));
@@ -33,8 +50,8 @@ bool BmpIsSound(const unsigned char* p, size_t n)
     const int32_t nWidth = int32_t(U32(p + 18)), nHeight = int32_t(U32(p + 22));
     if (nInfo != 40 && nInfo != 52 && nInfo != 56 && nInfo != 108 && nInfo != 124)
         return false;
-    if (nPlanes != 1 || nWidth <= 0 || uint32_t(nWidth) > kMaxSide || nHeight == 0 || nHeight < -int32_t(kMaxSide) ||
-        nHeight > int32_t(kMaxSide))
+    if (nPlanes != 1 || nWidth <= 0 || nHeight == 0 || nHeight < -int32_t(kMaxSide) ||
+        !SizeIsSane(uint32_t(nWidth), uint32_t(nHeight < 0 ? -nHeight : nHeight)))
         return false;
     // Run-length bitmaps are refused: their packets would have to be walked like the decoder does.
     const bool bPlain = nCompression == 0 && (nBits == 1 || nBits == 4 || nBits == 8 || nBits == 16 || nBits == 24 ||
@@ -68,7 +85,7 @@ bool TgaIsSound(const unsigned char* p, size_t n)
     // be checked against the map one by one.
     const bool bColor = (nType == 2 || nType == 10) && (nDepth == 15 || nDepth == 16 || nDepth == 24 || nDepth == 32);
     const bool bGray = (nType == 3 || nType == 11) && nDepth == 8;
-    if ((!bColor && !bGray) || nMapType > 1 || nWidth == 0 || nHeight == 0 || nWidth > kMaxSide || nHeight > kMaxSide)
+    if ((!bColor && !bGray) || nMapType > 1 || !SizeIsSane(nWidth, nHeight))
         return false;
     uint64_t nPos = 18ull + nIdLength + (nMapType ? uint64_t(nMapLength) * ((nMapDepth + 7) / 8) : 0);
     const uint64_t nBytes = (nDepth + 7) / 8, nPixels = uint64_t(nWidth) * nHeight;
@@ -96,8 +113,9 @@ bool DdsIsSound(const unsigned char* p, size_t n)
     if (n < 128 || U32(p + 4) != 124 || U32(p + 76) != 32)
         return false;
     const uint32_t nHeight = U32(p + 12), nWidth = U32(p + 16), nMips = U32(p + 28), nPixelFlags = U32(p + 80);
-    const uint32_t nFourCC = U32(p + 84), nBits = U32(p + 88), nCaps2 = U32(p + 112);
-    if (nWidth == 0 || nHeight == 0 || nWidth > kMaxSide || nHeight > kMaxSide || (nCaps2 & 0x200000))
+    const uint32_t nFourCC = U32(p + 84), nBits = U32(p + 88), nCaps2 = U32(p + 112), nDepth = U32(p + 24);
+    // Volumes are refused, and so is any depth: DevIL allocates for it even without the volume caps.
+    if (!SizeIsSane(nWidth, nHeight) || (nCaps2 & 0x200000) || nDepth > 1)
         return false;
     uint32_t nMaxLevels = 1;
     for (uint32_t s = std::max(nWidth, nHeight); s > 1; s >>= 1)
@@ -127,6 +145,40 @@ bool DdsIsSound(const unsigned char* p, size_t n)
         nTotal += nBlock ? (w + 3) / 4 * ((h + 3) / 4) * nBlock : w * h * nPixelBits / 8;
     }
     return 128 + nTotal * (bCube ? 6 : 1) <= n;
+}
+bool PngIsSound(const unsigned char* p, size_t n)
+{
+    // The signature, then the IHDR chunk with the size.
+    return n >= 24 && Starts(p + 12, 4, "IHDR", 4) && SizeIsSane(U32BigEndian(p + 16), U32BigEndian(p + 20));
+}
+
+bool GifIsSound(const unsigned char* p, size_t n)
+{
+    return n >= 10 && SizeIsSane(U16(p + 6), U16(p + 8));
+}
+
+bool JpegIsSound(const unsigned char* p, size_t n)
+{
+    // Walk the markers to the first frame header; its size decides what the decoder allocates.
+    for (size_t i = 2; i + 4 <= n;)
+    {
+        if (p[i] != 0xFF)
+            return false;
+        const unsigned char nMarker = p[i + 1];
+        if (nMarker == 0xFF)
+        {
+            ++i;
+            continue;
+        }
+        const size_t nLength = U16BigEndian(p + i + 2);
+        const bool bFrame = nMarker >= 0xC0 && nMarker <= 0xCF && nMarker != 0xC4 && nMarker != 0xC8 && nMarker != 0xCC;
+        if (bFrame)
+            return i + 9 <= n && SizeIsSane(U16BigEndian(p + i + 7), U16BigEndian(p + i + 5));
+        if (nLength < 2)
+            return false;
+        i += 2 + nLength;
+    }
+    return false;
 }
 } // namespace
 
@@ -165,8 +217,11 @@ bool QelImageIsSound(EQelImageFormat eFormat, const unsigned char* pData, size_t
     case eQelImageDds:
         return DdsIsSound(pData, nSize);
     case eQelImagePng:
+        return PngIsSound(pData, nSize);
     case eQelImageJpeg:
+        return JpegIsSound(pData, nSize);
     case eQelImageGif:
+        return GifIsSound(pData, nSize);
     case eQelImageTiff:
         return true;
     default:
