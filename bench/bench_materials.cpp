@@ -17,7 +17,7 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -28,14 +28,18 @@ QelSilentApp s_app;
 const int kSide = 2048;
 const int kLevels = 12;
 
+/// The folder of the test files, removed again when the program ends.
+struct TempDir
+{
+    std::string strPath = "/tmp/qel_bench_materials_" + std::to_string(::getpid());
+    TempDir() { std::filesystem::create_directories(strPath); }
+    ~TempDir() { std::filesystem::remove_all(strPath); }
+};
+
 std::string Dir()
 {
-    static const std::string s = [] {
-        std::string d = "/tmp/qel_bench_materials_" + std::to_string(::getpid());
-        std::system(("mkdir -p " + d).c_str());
-        return d;
-    }();
-    return s;
+    static const TempDir s_dir;
+    return s_dir.strPath;
 }
 
 void Put(std::vector<unsigned char>& v, uint32_t n)
