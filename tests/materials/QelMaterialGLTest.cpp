@@ -383,3 +383,56 @@ TEST(QelMaterialGL, InterfaceLoadsEditedFilesScalesTilingAndInheritsTheCallersTe
     draw();
     EXPECT_EQ(PixelAt(0.5f, 0.5f), kRed);
 }
+
+TEST(QelMaterialGL, UncompressedCubeMapDdsGoesThroughDevILToTheCubeMapTarget)
+{
+    // 4 x 4 faces of 32-bit BGRA texels, one color per face: DevIL's kind of cube map.
+    std::vector<unsigned char> v = MakeDds(DdsSpec{}, [](unsigned, unsigned, unsigned, unsigned) { return uint16_t(0); });
+    v.resize(128);
+    auto put = [&](size_t nAt, uint32_t n) {
+        for (int i = 0; i < 4; ++i)
+            v[nAt + i] = (unsigned char)(n >> (8 * i));
+    };
+    put(8, 0x100F);
+    put(12, 4);
+    put(16, 4);
+    put(20, 16);
+    put(28, 0);
+    put(80, 0x41);
+    put(84, 0);
+    put(88, 32);
+    put(92, 0x00FF0000);
+    put(96, 0x0000FF00);
+    put(100, 0x000000FF);
+    put(104, 0xFF000000);
+    put(108, 0x1008);
+    put(112, 0xFE00);
+    const uint32_t aFaces[6] = {0xFFFF0000u, 0xFF00FF00u, 0xFF0000FFu, 0xFFFFFF00u, 0xFF00FFFFu, 0xFFFF00FFu}; // ARGB
+    for (uint32_t c : aFaces)
+        for (int i = 0; i < 16; ++i)
+            for (int k = 0; k < 4; ++k)
+                v.push_back((unsigned char)(c >> (8 * k)));
+    const std::string strPath = TestDir() + "rgba_cube.dds";
+    ASSERT_TRUE(WriteFile(strPath, v));
+    QEL_REQUIRE_GL();
+    QelMaterial m = WithLayer(strPath, QelTextureLayer::eFunctionReplace, QelTextureLayer::eCoordCubeNormal);
+    const QelTexture& t = m.m_vLayers[0].m_cTexture;
+    ASSERT_TRUE(t.IsValid());
+    EXPECT_TRUE(t.IsCubeMap());
+    EXPECT_FALSE(t.IsCompressed());
+    glClear(GL_COLOR_BUFFER_BIT);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    m.Activate(kOpaqueWhite, 1, 1, 1, 1);
+    glBegin(GL_QUADS);
+    glNormal3f(1, 0, 0); // the +X face
+    glVertex2f(-1, -1);
+    glVertex2f(1, -1);
+    glVertex2f(1, 1);
+    glVertex2f(-1, 1);
+    glEnd();
+    m.Deactivate();
+    EXPECT_EQ(PixelAt(0.5f, 0.5f), kRed) << std::hex << PixelAt(0.5f, 0.5f);
+}

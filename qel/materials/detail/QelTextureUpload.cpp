@@ -44,6 +44,38 @@ bool ThroughDevIL(const std::function<bool()>& fnLoad, QelTextureCacheEntry& cEn
     return bOk;
 }
 
+/// Uploads the six faces of the bound DevIL image to a new cube map, each as RGBA. (ILUT's own
+/// cube-map upload sends the first face only.) Returns 0, leaving nothing behind, unless DevIL
+/// holds six square faces of one size.
+GLuint CubeMapFromBoundImage(ILint nWidth, ILint nHeight)
+{
+    const ILuint nImage = ilGetInteger(IL_CUR_IMAGE);
+    if (nWidth != nHeight || ilGetInteger(IL_NUM_FACES) != 5)
+        return 0;
+    GLuint nName = 0;
+    glGenTextures(1, &nName);
+    glBindTexture(GL_TEXTURE_CUBE_MAP_ARB, nName);
+    bool bOk = true;
+    for (ILuint nFace = 0; nFace < 6 && bOk; ++nFace)
+    {
+        ilBindImage(nImage);
+        bOk = ilActiveFace(nFace) == IL_TRUE && ilConvertImage(IL_RGBA, IL_UNSIGNED_BYTE) == IL_TRUE &&
+              ilGetInteger(IL_IMAGE_WIDTH) == nWidth && ilGetInteger(IL_IMAGE_HEIGHT) == nHeight;
+        if (bOk)
+            glTexImage2D(GLenum(GL_TEXTURE_CUBE_MAP_POSITIVE_X_ARB + nFace), 0, GL_RGBA8, nWidth, nHeight, 0, GL_RGBA,
+                         GL_UNSIGNED_BYTE, ilGetData());
+    }
+    ilBindImage(nImage);
+    if (!bOk)
+    {
+        glDeleteTextures(1, &nName);
+        return 0;
+    }
+    glTexParameteri(GL_TEXTURE_CUBE_MAP_ARB, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_CUBE_MAP_ARB, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    return nName;
+}
+
 /// The own reader; bOther tells whether DevIL may still take a refused file.
 bool FromDDS(const unsigned char* p, size_t n, QelTextureCacheEntry& cEntry, bool& bOther)
 {
@@ -76,21 +108,11 @@ bool QelTextureFromBoundImage(QelTextureCacheEntry& cEntry)
     if (ilGetInteger(IL_IMAGE_BYTES_PER_PIXEL) == 4 && eDxtc != IL_DXT1)
         nFlags |= QelTextureDef::kFlagAlpha;
     GLuint nName = 0;
-    if (GLEW_ARB_texture_cube_map && ilGetInteger(IL_IMAGE_CUBEFLAGS) != 0)
-    {
-        // ILUT picks the cube-map target only while it detects targets.
-        ilutEnable(ILUT_GL_AUTODETECT_TEXTURE_TARGET);
-        nName = ilutGLBindTexImage();
-        ilutDisable(ILUT_GL_AUTODETECT_TEXTURE_TARGET);
-        if (nName)
-        {
-            nFlags |= QelTextureDef::kFlagCubeMap;
-            glTexParameteri(GL_TEXTURE_CUBE_MAP_ARB, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-            glTexParameteri(GL_TEXTURE_CUBE_MAP_ARB, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-        }
-    }
+    if (GLEW_ARB_texture_cube_map && ilGetInteger(IL_IMAGE_CUBEFLAGS) != 0 &&
+        (nName = CubeMapFromBoundImage(nWidth, nHeight)) != 0)
+        nFlags |= QelTextureDef::kFlagCubeMap;
     else
-        nName = ilutGLBindMipmaps();
+        nName = ilutGLBindMipmaps(); // a 2D texture of the first face when the faces do not make a cube
     if (!nName)
         return false;
     cEntry.m_nName = nName;
