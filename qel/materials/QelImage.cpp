@@ -13,7 +13,6 @@
 #include <IL/ilut.h>
 
 #include <limits>
-#include <vector>
 
 QelImage::QelImage() = default;
 
@@ -65,11 +64,7 @@ bool QelImage::LoadFromFile(const std::string& strFilename)
     Bind();
     ilEnable(IL_ORIGIN_SET);
     ilOriginFunc(IL_ORIGIN_UPPER_LEFT);
-    // Read here rather than by DevIL, so that the bytes are checked before DevIL decodes them.
-    std::vector<unsigned char> vBytes;
-    const std::string strHostPath = QelHostPath(strFilename);
-    return QelReadWholeFile(strHostPath, vBytes) &&
-           QelDevILLoadChecked(vBytes.data(), vBytes.size(), strFilename, strHostPath);
+    return QelDevILLoadFile(QelHostPath(strFilename), strFilename);
 }
 
 bool QelImage::LoadFromMemory(const void*)

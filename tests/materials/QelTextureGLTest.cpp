@@ -239,6 +239,19 @@ TEST(QelTextureGL, DevILFormatsDrawTheirPixelsUpright)
         EXPECT_TRUE(Near(PixelAt(0.5f, 0.9f), nRed, nTolerance)) << std::hex << PixelAt(0.5f, 0.9f);
         EXPECT_TRUE(Near(PixelAt(0.5f, 0.1f), nGreen, nTolerance)) << std::hex << PixelAt(0.5f, 0.1f);
     }
+    // A JPEG whose frame header lies past 256 KiB of metadata is still found and loads.
+    std::vector<unsigned char> vJpeg = ReadFile(strDir + "bands.jpg");
+    std::vector<unsigned char> vLate(vJpeg.begin(), vJpeg.begin() + 2);
+    for (int i = 0; i < 5; ++i)
+    {
+        vLate.insert(vLate.end(), {0xFF, 0xEF, 0xFF, 0xFF});
+        vLate.insert(vLate.end(), 0xFFFF - 2, 0);
+    }
+    vLate.insert(vLate.end(), vJpeg.begin() + 2, vJpeg.end());
+    ASSERT_TRUE(WriteFile(strDir + "late_frame.jpg", vLate));
+    QelTexture late;
+    EXPECT_TRUE(late.LoadFromFile(strDir + "late_frame.jpg", true));
+    EXPECT_EQ(late.GetWidth(), 16);
     // DevIL's memory reader lets TIFF seeks run past the block: TIFF loads from files only.
     const std::vector<unsigned char> vTiff = ReadFile(strDir + "bands.tif");
     QelTexture t;

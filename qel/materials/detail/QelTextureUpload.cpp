@@ -124,21 +124,21 @@ bool QelTextureFromBoundImage(QelTextureCacheEntry& cEntry)
 
 bool QelTextureFromFile(const std::string& strPath, QelTextureCacheEntry& cEntry)
 {
-    // The library reads the file itself, DevIL only decodes checked bytes.
-    std::vector<unsigned char> vBytes;
     const std::string strHostPath = QelHostPath(strPath);
-    if (!QelReadWholeFile(strHostPath, vBytes) || vBytes.empty())
-        return false;
     if (HasDDSExtension(strPath))
     {
+        std::vector<unsigned char> vBytes;
+        if (!QelReadWholeFile(strHostPath, vBytes) || vBytes.empty())
+            return false;
         bool bOther = false;
         if (FromDDS(vBytes.data(), vBytes.size(), cEntry, bOther))
             return true;
         if (!bOther)
             return false;
+        return ThroughDevIL([&] { return QelDevILLoadChecked(vBytes.data(), vBytes.size(), strPath); }, cEntry);
     }
-    return ThroughDevIL([&] { return QelDevILLoadChecked(vBytes.data(), vBytes.size(), strPath, strHostPath); },
-                        cEntry);
+    // DevIL is given checked bytes, or files of the formats whose decoders check for themselves.
+    return ThroughDevIL([&] { return QelDevILLoadFile(strHostPath, strPath); }, cEntry);
 }
 
 bool QelTextureFromMemory(const unsigned char* pData, size_t nSize, QelTextureCacheEntry& cEntry)

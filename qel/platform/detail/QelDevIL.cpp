@@ -36,7 +36,11 @@ void QelDevILInit()
     }
 }
 
-bool QelReadWholeFile(const std::string& strPath, std::vector<unsigned char>& vBytes)
+namespace
+{
+/// Reads at most nLimit bytes from the start of a file (the whole file for nLimit 0); bWhole
+/// tells whether that was all of it.
+bool ReadFileStart(const std::string& strPath, size_t nLimit, std::vector<unsigned char>& vBytes, bool& bWhole)
 {
     constexpr long kMaxFileBytes = 1L << 30;
     FILE* pFile = std::fopen(strPath.c_str(), "rb");
@@ -47,11 +51,36 @@ bool QelReadWholeFile(const std::string& strPath, std::vector<unsigned char>& vB
     bOk = bOk && nSize >= 0 && nSize <= kMaxFileBytes && std::fseek(pFile, 0, SEEK_SET) == 0;
     if (bOk)
     {
-        vBytes.resize(size_t(nSize));
+        const size_t nRead = nLimit && size_t(nSize) > nLimit ? nLimit : size_t(nSize);
+        bWhole = nRead == size_t(nSize);
+        vBytes.resize(nRead);
         bOk = std::fread(vBytes.data(), 1, vBytes.size(), pFile) == vBytes.size();
     }
     std::fclose(pFile);
     return bOk;
+}
+} // namespace
+
+bool QelReadWholeFile(const std::string& strPath, std::vector<unsigned char>& vBytes)
+{
+    bool bWhole = false;
+    return ReadFileStart(strPath, 0, vBytes, bWhole);
+}
+
+bool QelDevILLoadFile(const std::string& strHostPath, const std::string& strName)
+{
+    // Headers of the formats read from their files lie within the first bytes; a JPEG whose frame
+    // header comes later (after large metadata) is read whole to find it.
+    std::vector<unsigned char> vBytes;
+    bool bWhole = false;
+    if (!ReadFileStart(strHostPath, 256 * 1024, vBytes, bWhole) || vBytes.empty())
+        return false;
+    const EQelImageFormat eFormat = QelImageFormatOf(vBytes.data(), vBytes.size(), strName);
+    const bool bLibraryDecoded = eFormat == eQelImagePng || eFormat == eQelImageJpeg || eFormat == eQelImageTiff;
+    if (!bWhole && !(bLibraryDecoded && QelImageIsSound(eFormat, vBytes.data(), vBytes.size())) &&
+        !QelReadWholeFile(strHostPath, vBytes))
+        return false;
+    return QelDevILLoadChecked(vBytes.data(), vBytes.size(), strName, strHostPath);
 }
 
 bool QelDevILLoadChecked(const unsigned char* pData, size_t nSize, const std::string& strName,
@@ -64,8 +93,14 @@ bool QelDevILLoadChecked(const unsigned char* pData, size_t nSize, const std::st
     const EQelImageFormat eFormat = QelImageFormatOf(pData, nSize, strName);
     if (eFormat == eQelImageUnknown || !QelImageIsSound(eFormat, pData, nSize))
         return false;
+    // Formats decoded by their own libraries read their files through DevIL's file reader, which
+    // feeds them faster than its memory reader; their decoders do not trust the bytes. DevIL's own
+    // decoders get the bytes that were checked, never the file again.
+    const bool bLibraryDecoded = eFormat == eQelImagePng || eFormat == eQelImageJpeg || eFormat == eQelImageTiff;
+    if (bLibraryDecoded && !strFileToOpen.empty())
+        return ilLoad(kTypes[eFormat], strFileToOpen.c_str()) == IL_TRUE;
     if (eFormat == eQelImageTiff)
-        return !strFileToOpen.empty() && ilLoad(IL_TIF, strFileToOpen.c_str()) == IL_TRUE;
+        return false;
     return ilLoadL(kTypes[eFormat], pData, ILuint(nSize)) == IL_TRUE;
 }
 
