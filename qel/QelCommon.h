@@ -4,6 +4,7 @@
 
 // platform
 #include "qel/platform/QelAutomationVariant.h"
+#include "qel/platform/QelBitmap.h"
 #include "qel/platform/QelExport.h"
 #include "qel/platform/QelGuid.h"
 #include "qel/platform/QelHandles.h"
@@ -11,6 +12,7 @@
 #include "qel/platform/QelMappedFile.h"
 #include "qel/platform/QelOffscreenContext.h"
 #include "qel/platform/QelRandom.h"
+#include "qel/platform/QelResources.h"
 #include "qel/platform/QelString.h"
 #include "qel/platform/QelTimer.h"
 #include "qel/platform/QelTypes.h"
@@ -92,6 +94,14 @@
 #include "qel/text/QelPolygonText.h"
 #include "qel/text/QelTextObject.h"
 #include "qel/text/QelTextureText.h"
+
+// materials
+#include "qel/materials/QelImage.h"
+#include "qel/materials/QelMaterial.h"
+#include "qel/materials/QelMaterialInterface.h"
+#include "qel/materials/QelTexture.h"
+#include "qel/materials/QelTextureLayer.h"
+
 // models
 #include "qel/models/CObjLoader.h"
 #include "qel/models/CZmfLoader.h"

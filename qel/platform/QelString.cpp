@@ -73,52 +73,63 @@ std::string QelFormat(const char* pFormat, ...)
 
 std::string QelCanonicalizePath(const std::string& strPath)
 {
-    std::string s = strPath;
-    for (char& c : s)
-        if (c == '/')
-            c = '\\';
+    auto isSep = [](char c) { return c == '\\' || c == '/'; };
+    const size_t n = strPath.size();
+    std::string out;
+    out.reserve(n + 1);
+    // One pass, no list of segments: the texture cache makes a key of every path it is asked for.
     // Keep a drive or UNC prefix as it is; fold the segments after it.
-    std::string prefix;
-    size_t nStart = 0;
-    if (s.size() >= 2 && s[1] == ':')
+    size_t i = 0;
+    if (n >= 2 && strPath[1] == ':')
     {
-        prefix = s.substr(0, 2);
-        nStart = 2;
+        out.assign(strPath, 0, 2);
+        if (out[0] == '/')
+            out[0] = '\\';
+        i = 2;
     }
-    else if (s.compare(0, 2, "\\\\") == 0)
+    else if (n >= 2 && isSep(strPath[0]) && isSep(strPath[1]))
     {
-        prefix = "\\\\";
-        nStart = 2;
+        out = "\\\\";
+        i = 2;
     }
-    bool bRooted = nStart < s.size() && s[nStart] == '\\';
-    std::vector<std::string> parts;
-    std::string cur;
-    for (size_t i = nStart; i <= s.size(); ++i)
-    {
-        if (i == s.size() || s[i] == '\\')
-        {
-            if (cur == "..")
-            {
-                if (!parts.empty())
-                    parts.pop_back();
-            }
-            else if (cur != "." && !cur.empty())
-                parts.push_back(cur);
-            cur.clear();
-        }
-        else
-            cur += s[i];
-    }
-    std::string out = prefix;
-    if (bRooted)
+    if (i < n && isSep(strPath[i]))
         out += '\\';
-    for (size_t i = 0; i < parts.size(); ++i)
+    const size_t nRoot = out.size();
+    size_t nParts = 0;
+    while (i < n)
     {
-        if (i)
-            out += '\\';
-        out += parts[i];
+        size_t e = i;
+        while (e < n && !isSep(strPath[e]))
+            ++e;
+        const size_t nLen = e - i;
+        if (nLen == 2 && strPath[i] == '.' && strPath[i + 1] == '.')
+        {
+            if (nParts > 1)
+                out.resize(out.rfind('\\'));
+            else if (nParts == 1)
+                out.resize(nRoot);
+            if (nParts > 0)
+                --nParts;
+        }
+        else if (nLen > 0 && !(nLen == 1 && strPath[i] == '.'))
+        {
+            if (nParts++ > 0)
+                out += '\\';
+            out.append(strPath, i, nLen);
+        }
+        i = e + 1;
     }
-    if (!s.empty() && s.back() == '\\' && !parts.empty())
+    if (n > 0 && isSep(strPath[n - 1]) && nParts > 0)
         out += '\\';
     return out;
+}
+
+std::string QelHostPath(std::string strPath)
+{
+#if !defined(_WIN32)
+    for (char& c : strPath)
+        if (c == '\\')
+            c = '/';
+#endif
+    return strPath;
 }

@@ -26,3 +26,7 @@ QEL_EXPORT std::string QelFormat(const char* pFormat, ...)
 /// Canonical form of a path as PathCanonicalizeA makes it: "." and ".." segments folded, separators
 /// unified to '\\' (Windows paths stay Windows paths). Used as a cache key, never to open files.
 QEL_EXPORT std::string QelCanonicalizePath(const std::string& strPath);
+
+/// A Windows path as the host system opens it: off Windows every '\\' becomes '/', so that paths
+/// from documents written on Windows still name their files.
+QEL_EXPORT std::string QelHostPath(std::string strPath);

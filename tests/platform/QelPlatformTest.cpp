@@ -101,6 +101,10 @@ TEST(QelString, CanonicalizePath)
     EXPECT_EQ(QelCanonicalizePath("a\\..\\..\\b"), "b");
     EXPECT_EQ(QelCanonicalizePath("\\\\server\\share\\x\\..\\y"), "\\\\server\\share\\y");
     EXPECT_EQ(QelCanonicalizePath(""), "");
+    EXPECT_EQ(QelCanonicalizePath("./a//b/../t.png"), "a\\t.png");
+    EXPECT_EQ(QelCanonicalizePath("/x/y/"), "\\x\\y\\");
+    EXPECT_EQ(QelCanonicalizePath("//srv/..//"), "\\\\");
+    EXPECT_EQ(QelCanonicalizePath("C:..\\a"), "C:a");
 }
 
 TEST(QelTimer, MonotonicSeconds)
