@@ -490,13 +490,13 @@ QelBox3 QelCamera::GetSceneExtents(const std::vector<QelDisplayObject*>& vecRoot
 
 bool QelCamera::Save(QelXMLInterface* pXML)
 {
-    return QelDisplayObject::Save(pXML) && SaveProperties(*this, pXML, "Camera") &&
-           SaveProperties(m_cFocalPoint, pXML, "FocalPoint");
+    return QelDisplayObject::Save(pXML) && QelDisplayDetail::SaveProperties(*this, pXML, "Camera") &&
+           QelDisplayDetail::SaveProperties(m_cFocalPoint, pXML, "FocalPoint");
 }
 
 bool QelCamera::Load(QelXMLInterface* pXML)
 {
-    const bool bOk = QelDisplayObject::Load(pXML) && LoadProperties(*this, pXML, "Camera");
-    LoadProperties(m_cFocalPoint, pXML, "FocalPoint");
+    const bool bOk = QelDisplayObject::Load(pXML) && QelDisplayDetail::LoadProperties(*this, pXML, "Camera");
+    QelDisplayDetail::LoadProperties(m_cFocalPoint, pXML, "FocalPoint");
     return bOk;
 }

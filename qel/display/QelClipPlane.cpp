@@ -92,10 +92,10 @@ std::vector<QelClipPlane*> QelClipPlane::GetPlanesOn()
 
 bool QelClipPlane::Save(QelXMLInterface* pXML)
 {
-    return QelDisplayObject::Save(pXML) && SaveProperties(*this, pXML, "ClipPlane");
+    return QelDisplayObject::Save(pXML) && QelDisplayDetail::SaveProperties(*this, pXML, "ClipPlane");
 }
 
 bool QelClipPlane::Load(QelXMLInterface* pXML)
 {
-    return QelDisplayObject::Load(pXML) && LoadProperties(*this, pXML, "ClipPlane");
+    return QelDisplayObject::Load(pXML) && QelDisplayDetail::LoadProperties(*this, pXML, "ClipPlane");
 }

@@ -159,10 +159,10 @@ void QelGrid::Draw()
 
 bool QelGrid::Save(QelXMLInterface* pXML)
 {
-    return QelDisplayObject::Save(pXML) && SaveProperties(*this, pXML, "Grid");
+    return QelDisplayObject::Save(pXML) && QelDisplayDetail::SaveProperties(*this, pXML, "Grid");
 }
 
 bool QelGrid::Load(QelXMLInterface* pXML)
 {
-    return QelDisplayObject::Load(pXML) && LoadProperties(*this, pXML, "Grid");
+    return QelDisplayObject::Load(pXML) && QelDisplayDetail::LoadProperties(*this, pXML, "Grid");
 }

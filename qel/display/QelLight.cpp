@@ -167,10 +167,10 @@ std::vector<QelLight*> QelLight::GetLightsOn()
 
 bool QelLight::Save(QelXMLInterface* pXML)
 {
-    return QelDisplayObject::Save(pXML) && SaveProperties(*this, pXML, "Light");
+    return QelDisplayObject::Save(pXML) && QelDisplayDetail::SaveProperties(*this, pXML, "Light");
 }
 
 bool QelLight::Load(QelXMLInterface* pXML)
 {
-    return QelDisplayObject::Load(pXML) && LoadProperties(*this, pXML, "Light");
+    return QelDisplayObject::Load(pXML) && QelDisplayDetail::LoadProperties(*this, pXML, "Light");
 }
