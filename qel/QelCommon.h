@@ -67,6 +67,12 @@
 #include "qel/display/QelMouseState.h"
 #include "qel/display/QelTransform.h"
 
+// buffers
+#include "qel/buffers/QelGeometryBuffer.h"
+#include "qel/buffers/QelImmediateModeBuffer.h"
+#include "qel/buffers/QelInterleavedBuffer.h"
+#include "qel/buffers/QelTightlyPackedBuffer.h"
+
 // util
 #include "qel/util/QelTextScanner.h"
 #include "qel/util/QelUnitConverter.h"
