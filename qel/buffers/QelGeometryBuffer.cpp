@@ -209,24 +209,32 @@ void QelGeometryBuffer::FinishIndices(EIndexSize eSize)
     if (!bBufferObjects)
         return;
 
+    // 32-bit indices go up as they are stored; narrower ones through a narrowed copy.
     QelByteArray cNarrowed;
     unsigned int nMax = 0;
-    const bool bOk = eSize == INDEX_8_BIT    ? NarrowIndices<uint8_t>(d.m_vIndices, cNarrowed, nMax)
-                     : eSize == INDEX_16_BIT ? NarrowIndices<uint16_t>(d.m_vIndices, cNarrowed, nMax)
-                                             : NarrowIndices<uint32_t>(d.m_vIndices, cNarrowed, nMax);
+    const void* pUpload = d.m_vIndices.data();
+    bool bOk = true;
+    if (eSize == INDEX_32_BIT)
+        nMax = LargestElement<uint32_t>(pUpload, d.m_nIndexCount);
+    else
+    {
+        bOk = eSize == INDEX_8_BIT ? NarrowIndices<uint8_t>(d.m_vIndices, cNarrowed, nMax)
+                                   : NarrowIndices<uint16_t>(d.m_vIndices, cNarrowed, nMax);
+        pUpload = cNarrowed.Data();
+    }
     if (!bOk)
     {
         QelGeometryBufferDef::ReportOutOfMemory("QelGeometryBuffer::FinishIndices()",
                                                 (long long)d.m_vIndices.size() * kIndexFormats[eSize].nWidth);
         return;
     }
-    const unsigned int nBytes = unsigned(cNarrowed.Size());
+    const unsigned int nBytes = unsigned(d.m_vIndices.size()) * unsigned(kIndexFormats[eSize].nWidth);
     // A second finish takes a fresh name without deleting the first; deliberate, hosts that add
     // indices after finishing rely on the old draws staying valid. Both stores are counted.
     glGenBuffersARB(1, &d.m_nIndexBuffer);
     glBindBufferARB(GL_ELEMENT_ARRAY_BUFFER_ARB, d.m_nIndexBuffer);
     const GLenum nBefore = glGetError();
-    glBufferDataARB(GL_ELEMENT_ARRAY_BUFFER_ARB, GLsizeiptrARB(nBytes), cNarrowed.Data(), GL_STATIC_DRAW_ARB);
+    glBufferDataARB(GL_ELEMENT_ARRAY_BUFFER_ARB, GLsizeiptrARB(nBytes), pUpload, GL_STATIC_DRAW_ARB);
     const GLenum nAfter = glGetError();
     if (nAfter == GL_OUT_OF_MEMORY && nAfter != nBefore)
         QelSysApp::App().PrintToConsole("<error> OpenGL failed to allocate %.1f MB of video RAM\n",

@@ -20,7 +20,7 @@ QelImmediateModeBuffer::QelImmediateModeBuffer(int nCapacity)
 {
 }
 
-QelImmediateModeBufferDef* QelImmediateModeBuffer::D() const
+inline QelImmediateModeBufferDef* QelImmediateModeBuffer::D() const
 {
     return static_cast<QelImmediateModeBufferDef*>(Def());
 }

@@ -24,7 +24,7 @@ QelInterleavedBuffer::QelInterleavedBuffer(bool bDynamic) : QelGeometryBuffer(ne
 {
 }
 
-QelInterleavedBufferDef* QelInterleavedBuffer::D() const
+inline QelInterleavedBufferDef* QelInterleavedBuffer::D() const
 {
     return static_cast<QelInterleavedBufferDef*>(Def());
 }

@@ -11,7 +11,7 @@ QelTightlyPackedBuffer::QelTightlyPackedBuffer(int nCapacity)
 {
 }
 
-QelTightlyPackedBufferDef* QelTightlyPackedBuffer::D() const
+inline QelTightlyPackedBufferDef* QelTightlyPackedBuffer::D() const
 {
     return static_cast<QelTightlyPackedBufferDef*>(Def());
 }

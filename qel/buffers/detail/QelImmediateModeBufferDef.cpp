@@ -66,8 +66,10 @@ bool QelImmediateModeBufferDef::Relayout()
                    cNew.Data() + size_t(v) * nStride, lNew);
         m_cGathered = std::move(cNew);
     }
-    else if (m_nCapacity > 0 && lNew.m_nVertexSize > 0 && (long long)m_nCapacity * lNew.m_nVertexSize <= kQelMaxBufferBytes)
-        m_cGathered.Reserve(size_t(m_nCapacity) * size_t(lNew.m_nVertexSize));
+    // The capacity is reserved once the first vertex fixes most of the layout, not at every
+    // attribute's first use before it, each of which would allocate the whole block anew.
+    else if (m_nCapacity > 0 && lNew.m_nVertexCoords > 0 && (long long)m_nCapacity * lNew.m_nVertexSize <= kQelMaxBufferBytes)
+        m_cGathered.Reserve(size_t(m_nCapacity) * size_t(lNew.m_nVertexSize) + 16);
     m_cGather = lNew;
     WriteCurrent();
     return true;
@@ -85,19 +87,28 @@ void QelImmediateModeBufferDef::WriteCurrent()
         std::memcpy(m_nCurrent + l.m_nColorOffset, m_nColor, 4);
 }
 
-void QelImmediateModeBufferDef::Vertex(const float* pXyzw, int nCoords)
+void QelImmediateModeBufferDef::RaiseVertexCoords(int nCoords)
 {
-    if (nCoords > m_nMaxCoordSize)
-    {
-        m_nMaxCoordSize = nCoords;
-        Relayout();
-    }
-    const QelVertexLayout& l = m_cGather;
-    if (l.m_nVertexOffset < 0)
-        return; // a failed relayout; reported already
-    const float xyzw[4] = {pXyzw[0], pXyzw[1], pXyzw[2], nCoords == 4 ? pXyzw[3] : 1.0f};
-    std::memcpy(m_nCurrent + l.m_nVertexOffset, xyzw, 4 * size_t(l.m_nVertexCoords));
-    const size_t nStride = size_t(l.m_nVertexSize);
+    m_nMaxCoordSize = nCoords;
+    Relayout();
+}
+
+void QelImmediateModeBufferDef::RaiseLayerCoords(unsigned int nLayer, int nCoords)
+{
+    m_bLayerUsed[nLayer] = true;
+    m_nLayerCoords[nLayer] = nCoords;
+    Relayout();
+}
+
+void QelImmediateModeBufferDef::FirstUse(bool& bUsed)
+{
+    bUsed = true;
+    Relayout();
+}
+
+void QelImmediateModeBufferDef::AppendGrowing()
+{
+    const size_t nStride = size_t(m_cGather.m_nVertexSize);
     if ((long long)(m_cGathered.Size() + nStride) > kQelMaxBufferBytes || !m_cGathered.Append(m_nCurrent, nStride))
     {
         if (!m_bOutOfMemory)
@@ -108,48 +119,6 @@ void QelImmediateModeBufferDef::Vertex(const float* pXyzw, int nCoords)
         return;
     }
     ++m_nGathered;
-}
-
-void QelImmediateModeBufferDef::TexCoord(const char* pName, unsigned int nLayer, const float* pCoords, int nCoords)
-{
-    if (!LayerInRange(pName, nLayer))
-        return;
-    float* t = m_fTexCoords[nLayer];
-    std::memcpy(t, kDefaultTexCoord, sizeof(kDefaultTexCoord));
-    std::memcpy(t, pCoords, 4 * size_t(nCoords));
-    m_bLayerUsed[nLayer] = true;
-    if (nCoords > m_nLayerCoords[nLayer])
-    {
-        m_nLayerCoords[nLayer] = nCoords;
-        Relayout();
-    }
-    const int nOffset = m_cGather.m_nTexCoordOffsets[nLayer];
-    if (nOffset >= 0)
-        std::memcpy(m_nCurrent + nOffset, t, 4 * size_t(m_cGather.m_nTexCoords[nLayer]));
-}
-
-void QelImmediateModeBufferDef::Normal(const float* pXyz)
-{
-    std::memcpy(m_fNormal, pXyz, sizeof(m_fNormal));
-    if (!m_bNormalUsed)
-    {
-        m_bNormalUsed = true;
-        Relayout();
-    }
-    if (m_cGather.m_nNormalOffset >= 0)
-        std::memcpy(m_nCurrent + m_cGather.m_nNormalOffset, m_fNormal, 12);
-}
-
-void QelImmediateModeBufferDef::Color(const unsigned char* pRgba)
-{
-    std::memcpy(m_nColor, pRgba, 4);
-    if (!m_bColorUsed)
-    {
-        m_bColorUsed = true;
-        Relayout();
-    }
-    if (m_cGather.m_nColorOffset >= 0)
-        std::memcpy(m_nCurrent + m_cGather.m_nColorOffset, m_nColor, 4);
 }
 
 void QelImmediateModeBufferDef::FinishVertices()
