@@ -363,16 +363,19 @@ void BM_Raw_BufferData_18MB(benchmark::State& state)
     if (!Context())
         return state.SkipWithError("no OpenGL context");
     std::vector<unsigned char> v(size_t(kGathered) * 36, 7);
-    GLuint n = 0;
-    glGenBuffers(1, &n);
     for (auto _ : state)
     {
+        GLuint n = 0;
+        glGenBuffers(1, &n);
         glBindBuffer(GL_ARRAY_BUFFER, n);
         glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(v.size()), v.data(), GL_STATIC_DRAW);
         glBindBuffer(GL_ARRAY_BUFFER, 0);
         glFinish();
+        state.PauseTiming();
+        glDeleteBuffers(1, &n);
+        glFinish();
+        state.ResumeTiming();
     }
-    glDeleteBuffers(1, &n);
     state.SetBytesProcessed(int64_t(state.iterations()) * kGathered * 36);
 }
 BENCHMARK(BM_Raw_BufferData_18MB)->Unit(benchmark::kMillisecond)->MinTime(1.0);

@@ -149,9 +149,12 @@ void QelGeometryBuffer::AddIndex(long nIndex)
 
 namespace
 {
+/// Appends to the memory-side array and keeps its largest entry (as unsigned 32 bits) up to date,
+/// so that a 32-bit upload needs no pass of its own.
 template <class T>
-void AppendIndices(std::vector<int>& vIndices, const T* pIndices, long long nCount)
+void AppendIndices(QelGeometryBufferDef& d, const T* pIndices, long long nCount)
 {
+    std::vector<int>& vIndices = d.m_vIndices;
     if (nCount == 0)
         return;
     if (nCount < 0 || nCount > kMaxIndices - (long long)vIndices.size())
@@ -168,7 +171,10 @@ void AppendIndices(std::vector<int>& vIndices, const T* pIndices, long long nCou
     }
     try
     {
+        const size_t nFrom = vIndices.size();
         vIndices.insert(vIndices.end(), pIndices, pIndices + nCount);
+        const unsigned int nLargest = LargestElement<uint32_t>(vIndices.data() + nFrom, int(nCount));
+        d.m_nMaxAddedIndex = nLargest > d.m_nMaxAddedIndex ? nLargest : d.m_nMaxAddedIndex;
     }
     catch (const std::bad_alloc&)
     {
@@ -180,12 +186,12 @@ void AppendIndices(std::vector<int>& vIndices, const T* pIndices, long long nCou
 
 void QelGeometryBuffer::AddIndices(const int* pIndices, int nCount)
 {
-    AppendIndices(m_pDef->m_vIndices, pIndices, nCount);
+    AppendIndices(*m_pDef, pIndices, nCount);
 }
 
 void QelGeometryBuffer::AddIndices(const long* pIndices, long nCount)
 {
-    AppendIndices(m_pDef->m_vIndices, pIndices, nCount);
+    AppendIndices(*m_pDef, pIndices, nCount);
 }
 
 void QelGeometryBuffer::FinishIndices(EIndexSize eSize)
@@ -215,7 +221,7 @@ void QelGeometryBuffer::FinishIndices(EIndexSize eSize)
     const void* pUpload = d.m_vIndices.data();
     bool bOk = true;
     if (eSize == INDEX_32_BIT)
-        nMax = LargestElement<uint32_t>(pUpload, d.m_nIndexCount);
+        nMax = d.m_nMaxAddedIndex;
     else
     {
         bOk = eSize == INDEX_8_BIT ? NarrowIndices<uint8_t>(d.m_vIndices, cNarrowed, nMax)
@@ -244,6 +250,7 @@ void QelGeometryBuffer::FinishIndices(EIndexSize eSize)
     d.m_nMaxUploadedIndex = nMax;
     glBindBufferARB(GL_ELEMENT_ARRAY_BUFFER_ARB, 0);
     std::vector<int>().swap(d.m_vIndices);
+    d.m_nMaxAddedIndex = 0;
 }
 
 int QelGeometryBuffer::NumIndices() const

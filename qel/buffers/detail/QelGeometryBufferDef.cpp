@@ -109,5 +109,6 @@ void QelGeometryBufferDef::Clear()
     std::vector<int>().swap(m_vIndices);
     m_nIndexCount = 0;
     m_nMaxUploadedIndex = 0;
+    m_nMaxAddedIndex = 0;
     m_cClientData.Release();
 }

@@ -68,6 +68,8 @@ public:
     int m_nIndexCount = 0;
     /// Largest value among the uploaded narrowed indices, so that a draw never sends OpenGL past the vertices.
     unsigned int m_nMaxUploadedIndex = 0;
+    /// Largest entry of the memory-side array, read as unsigned 32 bits.
+    unsigned int m_nMaxAddedIndex = 0;
     QelByteArray m_cClientData;
     unsigned int m_nVertexBytes = 0;
     unsigned int m_nIndexBytes = 0;
