@@ -268,7 +268,7 @@ bool QelGeometryBuffer::BindVertexBuffer() const
     const QelGeometryBufferDef& d = *m_pDef;
     // The data decides the path: a store made in video memory is bound from there even if the
     // entry points have gone since, and then nothing is bound rather than a null client pointer.
-    const bool bVideo = d.m_nVertexBuffer != 0 && QelGeometryBufferDef::HasBufferObjects();
+    const bool bVideo = d.DrawsFromVideoMemory();
     if (!bVideo && d.m_cClientData.Empty())
         return false;
     if (!LayoutFits(d))
@@ -342,7 +342,7 @@ bool QelGeometryBuffer::DrawArrays(EPrimitiveType eType, int nFirst, int nCount,
     const bool bValid = ValidPrimitive(eType);
     if (!bValid)
         QelSysApp::App().PrintToConsole("<error> Invalid switch/case in CZubGeometryBuffer::DrawArrays()");
-    const int nVertices = NumVertices();
+    const int nVertices = m_pDef->DrawableVertices();
     const bool bInRange = nFirst >= 0 && (long long)nFirst + nCount <= nVertices;
     if (!bInRange)
         QelSysApp::App().PrintToConsole(
@@ -377,7 +377,7 @@ bool QelGeometryBuffer::DrawIndexed(EPrimitiveType eType, int nStart, int nCount
         const bool bVideo = QelGeometryBufferDef::HasBufferObjects() && d.m_nVertexBuffer && d.m_nIndexBuffer;
         // The memory-side array is read as 32-bit entries from nStart on, whatever the element type.
         const int nStored = bVideo ? d.m_nIndexCount : int(d.m_vIndices.size());
-        const int nVertices = NumVertices();
+        const int nVertices = d.DrawableVertices();
         if (nStart < 0 || (long long)nStart + nCount > nStored)
             QelSysApp::App().PrintToConsole(
                 "<error> QelGeometryBuffer::DrawIndexed() - start %d and count %d run past the %d indices\n", nStart,

@@ -272,3 +272,39 @@ TEST(QelGeometryBufferRules, CopiesShareTheBufferAndOutliveTheOriginal)
     EXPECT_EQ(interleaved.VertexSize(), 16);
     EXPECT_EQ(assigned.VertexSize(), -1);
 }
+
+// What a draw may read is the array held, not the count of vertices still being gathered, nor
+// what a stride widened after the upload would make of it.
+TEST(QelGeometryBufferRules, DrawsReadOnlyTheVerticesTheArrayHolds)
+{
+    QEL_REQUIRE_GL();
+    for (bool bVideo : {true, false})
+    {
+        SCOPED_TRACE(bVideo ? "buffer objects" : "client arrays");
+        std::unique_ptr<QelNullEntryPoint<PFNGLGENBUFFERSARBPROC>> pNoBuffers;
+        if (!bVideo)
+            pNoBuffers.reset(new QelNullEntryPoint<PFNGLGENBUFFERSARBPROC>(__glewGenBuffersARB));
+        QelImmediateModeBuffer b;
+        FillSquare(b);
+        for (int i = 0; i < 10; ++i)
+            b.Vertex3(0.0f, 0.0f, 0.0f);
+        EXPECT_EQ(b.NumVertices(), 10);
+        QelCapture log;
+        BeginFrame();
+        EXPECT_FALSE(b.DrawArrays(QelGeometryBuffer::TRIANGLES, 0, 9, true, true));
+        EXPECT_EQ(log.Joined(), "<error> QelGeometryBuffer::DrawArrays() - first 0 and count 9 run past the 6 vertices\n");
+        EXPECT_TRUE(b.DrawArrays(QelGeometryBuffer::TRIANGLES, 0, 6, true, true));
+        ExpectSquareDrawn();
+
+        const float aTriangle[3][4] = {{-1, -1, 0, 0}, {1, -1, 0, 0}, {0, 1, 0, 0}};
+        QelInterleavedBuffer i;
+        i.SetStride(16);
+        i.SetVertexOffset(3, 0);
+        i.SetMaxNumVertices(3);
+        i.SetBuffer(aTriangle, 3, 0);
+        i.SetStride(24);
+        QelCapture log2;
+        EXPECT_FALSE(i.DrawArrays(QelGeometryBuffer::TRIANGLES, 0, 3, true, true));
+        EXPECT_EQ(log2.Joined(), "<error> QelGeometryBuffer::DrawArrays() - first 0 and count 3 run past the 2 vertices\n");
+    }
+}

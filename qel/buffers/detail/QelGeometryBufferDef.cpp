@@ -31,6 +31,14 @@ QelGeometryBufferDef::~QelGeometryBufferDef()
     QelGeometryBufferDef::Clear();
 }
 
+int QelGeometryBufferDef::DrawableVertices() const
+{
+    if (m_nVertexSize <= 0)
+        return 0;
+    const size_t nHeld = DrawsFromVideoMemory() ? size_t(m_nVertexBytes) : m_cClientData.Size();
+    return int(nHeld / size_t(m_nVertexSize));
+}
+
 bool QelGeometryBufferDef::HasBufferObjects()
 {
     return glGenBuffersARB != nullptr;

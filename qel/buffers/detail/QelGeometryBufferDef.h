@@ -42,6 +42,12 @@ public:
     /// Returns the buffer to its initial state; derived Defs also drop what they gathered.
     virtual void Clear();
 
+    /// Whole vertices the bound array holds: what a draw may read, whatever NumVertices says of
+    /// vertices still being gathered or of a stride changed after the upload.
+    int DrawableVertices() const;
+    /// The vertex array is drawn from the buffer object (else from the client data).
+    bool DrawsFromVideoMemory() const { return m_nVertexBuffer != 0 && HasBufferObjects(); }
+
     /// OpenGL buffer objects can be made (GLEW found glGenBuffersARB). Asked at every call, so a
     /// context without them, or a test that nulls the entry point, draws through client arrays.
     static bool HasBufferObjects();
