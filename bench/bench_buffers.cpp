@@ -13,6 +13,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -117,8 +118,9 @@ struct RawArrays
         }
         glEnableClientState(GL_VERTEX_ARRAY);
         glEnableClientState(GL_COLOR_ARRAY);
-        glVertexPointer(3, GL_FLOAT, sizeof(GridVertex), pBase + offsetof(GridVertex, p));
-        glColorPointer(4, GL_UNSIGNED_BYTE, sizeof(GridVertex), pBase + offsetof(GridVertex, c));
+        const uintptr_t nBase = reinterpret_cast<uintptr_t>(pBase);
+        glVertexPointer(3, GL_FLOAT, sizeof(GridVertex), reinterpret_cast<const void*>(nBase + offsetof(GridVertex, p)));
+        glColorPointer(4, GL_UNSIGNED_BYTE, sizeof(GridVertex), reinterpret_cast<const void*>(nBase + offsetof(GridVertex, c)));
     }
     ~RawArrays()
     {

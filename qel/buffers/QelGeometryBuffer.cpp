@@ -72,6 +72,13 @@ unsigned int LargestElement(const void* pFirst, int nCount)
     return nLargest;
 }
 
+/// An attribute's address: base + offset, where a null base (buffer objects) makes the offset
+/// itself the address OpenGL reads as a position inside the bound buffer.
+const void* AttributeAt(const unsigned char* pBase, int nOffset)
+{
+    return reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(pBase) + uintptr_t(nOffset));
+}
+
 /// Every present attribute lies inside the stride; a layout that does not is refused before
 /// OpenGL is pointed at it, since the last vertex would be read past the array's end.
 bool LayoutFits(const QelVertexLayout& l)
@@ -115,7 +122,9 @@ QelGeometryBuffer::QelGeometryBuffer(const QelGeometryBuffer& other) = default;
 QelGeometryBuffer& QelGeometryBuffer::operator=(const QelGeometryBuffer& other)
 {
     // A derived buffer reads its own kind of Def; taking another kind would make it misread one.
-    if (typeid(*this) != typeid(QelGeometryBuffer) && typeid(*m_pDef) != typeid(*other.m_pDef))
+    const QelGeometryBufferDef& rMine = *m_pDef;
+    const QelGeometryBufferDef& rTheirs = *other.m_pDef;
+    if (typeid(*this) != typeid(QelGeometryBuffer) && typeid(rMine) != typeid(rTheirs))
     {
         QelSysApp::App().PrintToConsole(
             "<error> QelGeometryBuffer::operator=() - the buffers are of different kinds, nothing copied\n");
@@ -283,17 +292,17 @@ bool QelGeometryBuffer::BindVertexBuffer() const
     if (d.m_nVertexOffset >= 0)
     {
         glEnableClientState(GL_VERTEX_ARRAY);
-        glVertexPointer(d.m_nVertexCoords, GL_FLOAT, nStride, pBase + d.m_nVertexOffset);
+        glVertexPointer(d.m_nVertexCoords, GL_FLOAT, nStride, AttributeAt(pBase, d.m_nVertexOffset));
     }
     if (d.m_nColorOffset >= 0)
     {
         glEnableClientState(GL_COLOR_ARRAY);
-        glColorPointer(4, GL_UNSIGNED_BYTE, nStride, pBase + d.m_nColorOffset);
+        glColorPointer(4, GL_UNSIGNED_BYTE, nStride, AttributeAt(pBase, d.m_nColorOffset));
     }
     if (d.m_nNormalOffset >= 0)
     {
         glEnableClientState(GL_NORMAL_ARRAY);
-        glNormalPointer(GL_FLOAT, nStride, pBase + d.m_nNormalOffset);
+        glNormalPointer(GL_FLOAT, nStride, AttributeAt(pBase, d.m_nNormalOffset));
     }
     const bool bMultitexture = QelGeometryBufferDef::HasMultitexture();
     for (int i = 0; i < (bMultitexture ? kQelTextureLayers : 1); ++i)
@@ -303,7 +312,7 @@ bool QelGeometryBuffer::BindVertexBuffer() const
         if (bMultitexture)
             glClientActiveTextureARB(GLenum(GL_TEXTURE0_ARB + i));
         glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-        glTexCoordPointer(d.m_nTexCoords[i], GL_FLOAT, nStride, pBase + d.m_nTexCoordOffsets[i]);
+        glTexCoordPointer(d.m_nTexCoords[i], GL_FLOAT, nStride, AttributeAt(pBase, d.m_nTexCoordOffsets[i]));
     }
     if (bMultitexture)
         glClientActiveTextureARB(GL_TEXTURE0_ARB);

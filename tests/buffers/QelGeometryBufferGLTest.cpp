@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <ostream>
@@ -18,6 +19,11 @@ using namespace QelBufferTest;
 
 namespace
 {
+// Mesa writes its shader cache from a thread that may still be finishing as the process exits,
+// where LeakSanitizer's scan of the threads trips over it. These tests compile one-off shader
+// variants, so the cache is off for this suite (set before main makes the context).
+const bool s_bNoShaderCache = setenv("MESA_SHADER_CACHE_DISABLE", "true", 0) == 0;
+
 struct Vertex
 {
     float p[3];

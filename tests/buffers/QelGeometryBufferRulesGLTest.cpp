@@ -249,7 +249,8 @@ TEST(QelGeometryBufferRules, CopiesShareTheBufferAndOutliveTheOriginal)
     QelGeometryBuffer base(*pOriginal);
     QelImmediateModeBuffer assigned;
     assigned = copy;
-    assigned = assigned;
+    const QelImmediateModeBuffer& rSame = assigned;
+    assigned = rSame; // to itself
     pOriginal.reset();
     EXPECT_EQ(QelGeometryBuffer::VideoMemoryVertexBytes(), 96u); // counted once, still held
     for (const QelGeometryBuffer* p : std::initializer_list<const QelGeometryBuffer*>{&copy, &base, &assigned})
