@@ -142,16 +142,7 @@ void BeginFrame()
     glClear(GL_COLOR_BUFFER_BIT);
 }
 
-/// 1 when the library's frame equals the raw frame pixel for pixel.
-double Identical(const std::vector<unsigned char>& a)
-{
-    static std::vector<unsigned char> vLast;
-    const bool bSame = vLast.empty() || vLast == a;
-    vLast = a;
-    return bSame ? 1.0 : 0.0;
-}
-
-/// Times whole frames: clear, draw, wait for the pixels; then records whether they match the last row's.
+/// Times whole frames: clear, draw, wait for the pixels.
 template <class FnDraw>
 void Frames(benchmark::State& state, FnDraw fnDraw)
 {
@@ -161,7 +152,16 @@ void Frames(benchmark::State& state, FnDraw fnDraw)
         fnDraw();
         glFinish();
     }
-    state.counters["same_pixels"] = Identical(QelOffscreenContext::ReadFrame());
+}
+
+/// Records whether the library's last frame equals, pixel for pixel, the raw calls' frame of the same data.
+template <class FnRawDraw>
+void CompareWithRaw(benchmark::State& state, FnRawDraw fnRawDraw)
+{
+    const std::vector<unsigned char> vLibrary = QelOffscreenContext::ReadFrame();
+    BeginFrame();
+    fnRawDraw();
+    state.counters["same_pixels"] = vLibrary == QelOffscreenContext::ReadFrame() ? 1.0 : 0.0;
 }
 
 // Library and raw rows of one frame. Arguments: 1 buffer objects, 0 client arrays.
@@ -177,6 +177,10 @@ void BM_Qel_DrawIndexed_1MTriangles(benchmark::State& state)
     b.FinishIndices(QelGeometryBuffer::INDEX_32_BIT);
     Frames(state, [&] {
         b.DrawIndexed(QelGeometryBuffer::TRIANGLES, 0, int(m.vIndices.size()), true, true);
+    });
+    CompareWithRaw(state, [&] {
+        RawArrays raw(state.range(0) != 0, m.vVertices, &m.vIndices);
+        glDrawElements(GL_TRIANGLES, GLsizei(m.vIndices.size()), GL_UNSIGNED_INT, raw.pIndices);
     });
 }
 BENCHMARK(BM_Qel_DrawIndexed_1MTriangles)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->MinTime(1.0);
@@ -203,6 +207,10 @@ void BM_Qel_DrawArrays_1MTriangles(benchmark::State& state)
     Describe(b, m.vUnshared);
     Frames(state, [&] {
         b.DrawArrays(QelGeometryBuffer::TRIANGLES, 0, int(m.vUnshared.size()), true, true);
+    });
+    CompareWithRaw(state, [&] {
+        RawArrays raw(state.range(0) != 0, m.vUnshared, nullptr);
+        glDrawArrays(GL_TRIANGLES, 0, GLsizei(m.vUnshared.size()));
     });
 }
 BENCHMARK(BM_Qel_DrawArrays_1MTriangles)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->MinTime(1.0);
@@ -254,6 +262,11 @@ void BM_Qel_10000SmallDraws(benchmark::State& state)
     Frames(state, [&] {
         for (int k = 0; k < 10000; ++k)
             b.DrawIndexed(QelGeometryBuffer::TRIANGLES, 36 * k, 36, k == 0, k == 9999);
+    });
+    CompareWithRaw(state, [&] {
+        RawArrays raw(true, m.vVertices, &m.vIndices);
+        for (int k = 0; k < 10000; ++k)
+            glDrawElements(GL_TRIANGLES, 36, GL_UNSIGNED_INT, reinterpret_cast<const void*>(size_t(36 * 4 * k)));
     });
 }
 BENCHMARK(BM_Qel_10000SmallDraws)->Unit(benchmark::kMillisecond)->MinTime(1.0);
