@@ -88,6 +88,12 @@
 #include "qel/display/QelSwitchableObject.h"
 #include "qel/display/QelTransform.h"
 
+// buffers
+#include "qel/buffers/QelGeometryBuffer.h"
+#include "qel/buffers/QelImmediateModeBuffer.h"
+#include "qel/buffers/QelInterleavedBuffer.h"
+#include "qel/buffers/QelTightlyPackedBuffer.h"
+
 // text
 #include "qel/text/QelBitmapText.h"
 #include "qel/text/QelFontCache.h"
