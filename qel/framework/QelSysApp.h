@@ -13,7 +13,9 @@ class QelDisplaySystem;
 class QelDisplayObject;
 class QelInput;
 class QelManipulator;
-class Qel3dCamera;
+class QelCamera;
+/// The hook's name for the library's camera: GetCameras hands out the host's QelCamera objects.
+using Qel3dCamera = QelCamera;
 
 #if defined(__GNUC__)
 #  define QEL_PRINTF_METHOD(fmt, args) __attribute__((format(printf, fmt, args)))
