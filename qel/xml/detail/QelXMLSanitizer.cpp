@@ -2,6 +2,8 @@
 
 #include "qel/framework/QelSysApp.h"
 #include "qel/platform/QelMessageQuote.h"
+#include "qel/xml/detail/QelXMLRead.h"
+#include "qel/xml/detail/QelXMLText.h"
 
 #include <libxml/entities.h>
 #include <libxml/tree.h>
@@ -143,7 +145,32 @@ void FixContent(xmlNode* pNode, const xmlNode* pElement, Reporter& report)
     xmlNodeSetContentLen(pNode, reinterpret_cast<const xmlChar*>(strFixed.data()), static_cast<int>(strFixed.size()));
 }
 
-void FixAttributes(xmlNode* pElement, Reporter& report)
+/// The reference replaced by its expansion (or by its own text when the entity is unknown).
+xmlNode* WriteOut(xmlDoc* pDoc, xmlNode* pNode)
+{
+    xmlEntity* pEntity = xmlGetDocEntity(pDoc, pNode->name);
+    xmlChar* pExpanded = pEntity ? QelXMLTakeText(pDoc, pEntity->children) : nullptr;
+    std::string strText = pEntity ? Text(pExpanded) : std::string("&") + Text(pNode->name) + ";";
+    xmlFree(pExpanded);
+    xmlNode* pText = xmlNewDocText(pDoc, reinterpret_cast<const xmlChar*>(strText.c_str()));
+    if (!pText)
+        return pNode;
+    xmlReplaceNode(pNode, pText);
+    xmlFreeNode(pNode);
+    return pText;
+}
+
+/// An entity reference that the document does not declare cannot be read back: it becomes its own
+/// text. Returns the node that now stands in its place.
+xmlNode* FixEntityReference(xmlDoc* pDoc, xmlNode* pNode, const xmlNode* pElement, Reporter& report)
+{
+    if (xmlGetDocEntity(pDoc, pNode->name))
+        return pNode;
+    report.Report("undeclared entity reference", pElement, Text(pNode->name));
+    return WriteOut(pDoc, pNode);
+}
+
+void FixAttributes(xmlDoc* pDoc, xmlNode* pElement, Reporter& report)
 {
     for (xmlAttr* pAttr = pElement->properties; pAttr; pAttr = pAttr->next)
     {
@@ -160,6 +187,8 @@ void FixAttributes(xmlNode* pElement, Reporter& report)
         for (xmlNode* pValue = pAttr->children; pValue; pValue = pValue->next)
             if (pValue->type == XML_TEXT_NODE)
                 FixContent(pValue, pElement, report);
+            else if (pValue->type == XML_ENTITY_REF_NODE)
+                pValue = FixEntityReference(pDoc, pValue, pElement, report);
     }
     for (xmlNs* pNs = pElement->nsDef; pNs; pNs = pNs->next)
     {
@@ -182,22 +211,6 @@ void FixAttributes(xmlNode* pElement, Reporter& report)
     }
 }
 
-/// An entity reference that the document does not declare cannot be read back: it becomes its own
-/// text. Returns the node that now stands in its place.
-xmlNode* FixEntityReference(xmlDoc* pDoc, xmlNode* pNode, const xmlNode* pElement, Reporter& report)
-{
-    if (xmlGetDocEntity(pDoc, pNode->name))
-        return pNode;
-    report.Report("undeclared entity reference", pElement, Text(pNode->name));
-    std::string strText = std::string("&") + Text(pNode->name) + ";";
-    xmlNode* pText = xmlNewDocText(pDoc, reinterpret_cast<const xmlChar*>(strText.c_str()));
-    if (!pText)
-        return pNode;
-    xmlReplaceNode(pNode, pText);
-    xmlFreeNode(pNode);
-    return pText;
-}
-
 void FixNode(xmlDoc* pDoc, xmlNode*& pNode, Reporter& report)
 {
     // What stands outside the root element is reported under the root element's name.
@@ -208,7 +221,7 @@ void FixNode(xmlDoc* pDoc, xmlNode*& pNode, Reporter& report)
     {
     case XML_ELEMENT_NODE:
         FixNodeName(pNode, pNode, "name", report);
-        FixAttributes(pNode, report);
+        FixAttributes(pDoc, pNode, report);
         break;
     case XML_TEXT_NODE:
     case XML_CDATA_SECTION_NODE:
@@ -217,6 +230,12 @@ void FixNode(xmlDoc* pDoc, xmlNode*& pNode, Reporter& report)
         break;
     case XML_PI_NODE:
         FixNodeName(pNode, pElement, "processing instruction target", report);
+        // "xml" in any case is reserved for the declaration at the very start.
+        if (xmlStrcasecmp(pNode->name, reinterpret_cast<const xmlChar*>("xml")) == 0)
+        {
+            report.Report("processing instruction target", pElement, Text(pNode->name));
+            xmlNodeSetName(pNode, reinterpret_cast<const xmlChar*>("_xml"));
+        }
         FixContent(pNode, pElement, report);
         break;
     case XML_ENTITY_REF_NODE:
@@ -224,6 +243,75 @@ void FixNode(xmlDoc* pDoc, xmlNode*& pNode, Reporter& report)
         break;
     default:
         break;
+    }
+}
+/// Depth first without recursion, over the sub-tree of pTop or over every child of the document.
+void FixTree(xmlDoc* pDoc, xmlNode* pTop, Reporter& report)
+{
+    xmlNode* pStop = pTop ? pTop : reinterpret_cast<xmlNode*>(pDoc);
+    xmlNode* p = pTop ? pTop : pDoc->children;
+    while (p)
+    {
+        FixNode(pDoc, p, report);
+        if (p->children && p->type == XML_ELEMENT_NODE)
+        {
+            p = p->children;
+            continue;
+        }
+        while (p != pStop && !p->next)
+            p = p->parent;
+        if (p == pStop || p == pTop)
+            break;
+        p = p->next;
+    }
+}
+
+/// True when the whole document, as libxml2 writes it, parses again without recovering.
+bool ParsesAgain(xmlDoc* pDoc)
+{
+    xmlChar* pText = nullptr;
+    int nLength = 0;
+    xmlDocDumpMemory(pDoc, &pText, &nLength);
+    if (!pText)
+        return false;
+    QelXMLReadResult r = QelXMLReadText(reinterpret_cast<const char*>(pText), static_cast<size_t>(nLength), false);
+    xmlFree(pText);
+    if (!r.pDoc)
+        return false;
+    xmlFreeDoc(r.pDoc);
+    return true;
+}
+
+/// Replaces every entity reference by its text and drops the document type declaration: what a
+/// broken declaration held is kept, as text.
+void WriteOutEntities(xmlDoc* pDoc)
+{
+    xmlNode* p = xmlDocGetRootElement(pDoc);
+    xmlNode* pTop = p;
+    while (p)
+    {
+        if (p->type == XML_ELEMENT_NODE)
+            for (xmlAttr* pAttr = p->properties; pAttr; pAttr = pAttr->next)
+                for (xmlNode* pValue = pAttr->children; pValue; pValue = pValue->next)
+                    if (pValue->type == XML_ENTITY_REF_NODE)
+                        pValue = WriteOut(pDoc, pValue);
+        if (p->type == XML_ENTITY_REF_NODE)
+            p = WriteOut(pDoc, p);
+        if (p->children && p->type == XML_ELEMENT_NODE)
+        {
+            p = p->children;
+            continue;
+        }
+        while (p != pTop && !p->next)
+            p = p->parent;
+        if (p == pTop)
+            break;
+        p = p->next;
+    }
+    if (xmlDtd* pDtd = pDoc->intSubset)
+    {
+        xmlUnlinkNode(reinterpret_cast<xmlNode*>(pDtd));
+        xmlFreeDtd(pDtd);
     }
 }
 } // namespace
@@ -323,21 +411,13 @@ bool QelXMLFixText(const char* pText, std::string& strOut)
 void QelXMLMakeWritable(xmlDoc* pDoc, xmlNode* pTop)
 {
     Reporter report;
-    // Depth first without recursion, over the sub-tree or over every child of the document.
-    xmlNode* pStop = pTop ? pTop : reinterpret_cast<xmlNode*>(pDoc);
-    xmlNode* p = pTop ? pTop : pDoc->children;
-    while (p)
+    FixTree(pDoc, pTop, report);
+    // A declaration read in recovering mode may hold anything; it is checked by parsing, and
+    // written out into the text when it would not load.
+    if (!pTop && pDoc->intSubset && !ParsesAgain(pDoc))
     {
-        FixNode(pDoc, p, report);
-        if (p->children && p->type == XML_ELEMENT_NODE)
-        {
-            p = p->children;
-            continue;
-        }
-        while (p != pStop && !p->next)
-            p = p->parent;
-        if (p == pStop || p == pTop)
-            break;
-        p = p->next;
+        report.Report("document type declaration", xmlDocGetRootElement(pDoc), Text(pDoc->intSubset->name));
+        WriteOutEntities(pDoc);
+        FixTree(pDoc, nullptr, report);
     }
 }
