@@ -9,6 +9,7 @@
 #include <libxml/tree.h>
 
 #include <cstring>
+#include <set>
 
 namespace
 {
@@ -170,19 +171,35 @@ xmlNode* FixEntityReference(xmlDoc* pDoc, xmlNode* pNode, const xmlNode* pElemen
     return WriteOut(pDoc, pNode);
 }
 
+/// The attribute's name as it is written: with the prefix of its namespace.
+std::string WrittenName(const xmlAttr* pAttr)
+{
+    std::string str = pAttr->ns && pAttr->ns->prefix ? Text(pAttr->ns->prefix) + std::string(":") : std::string();
+    return str + Text(pAttr->name);
+}
+
 void FixAttributes(xmlDoc* pDoc, xmlNode* pElement, Reporter& report)
 {
+    // Names must be unique as written, namespace declarations included; a recovered document or a
+    // correction may have made two alike, and a number keeps them apart.
+    std::set<std::string> setWritten;
+    for (xmlNs* pNs = pElement->nsDef; pNs; pNs = pNs->next)
+        setWritten.insert(pNs->prefix ? "xmlns:" + std::string(Text(pNs->prefix)) : std::string("xmlns"));
     for (xmlAttr* pAttr = pElement->properties; pAttr; pAttr = pAttr->next)
     {
         std::string strFixed;
         if (QelXMLFixName(Text(pAttr->name), strFixed))
         {
             report.Report("attribute name", pElement, Text(pAttr->name));
-            // Two names may have become one; a number keeps them apart.
-            std::string strUnique = strFixed;
-            for (int n = 2; xmlHasProp(pElement, reinterpret_cast<const xmlChar*>(strUnique.c_str())); ++n)
-                strUnique = strFixed + "_" + std::to_string(n);
-            xmlNodeSetName(reinterpret_cast<xmlNode*>(pAttr), reinterpret_cast<const xmlChar*>(strUnique.c_str()));
+            xmlNodeSetName(reinterpret_cast<xmlNode*>(pAttr), reinterpret_cast<const xmlChar*>(strFixed.c_str()));
+        }
+        if (!setWritten.insert(WrittenName(pAttr)).second)
+        {
+            report.Report("attribute name", pElement, WrittenName(pAttr));
+            const std::string strBase = Text(pAttr->name);
+            for (int n = 2; !setWritten.insert(WrittenName(pAttr)).second; ++n)
+                xmlNodeSetName(reinterpret_cast<xmlNode*>(pAttr),
+                               reinterpret_cast<const xmlChar*>((strBase + "_" + std::to_string(n)).c_str()));
         }
         for (xmlNode* pValue = pAttr->children; pValue; pValue = pValue->next)
             if (pValue->type == XML_TEXT_NODE)
