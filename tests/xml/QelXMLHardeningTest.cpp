@@ -122,6 +122,7 @@ TEST(QelXMLHardening, DocumentsRecoveredFromBrokenTextSaveAndLoadBack)
         {"two attributes alike", "<r p:a='1' p:a='2'><v>1</v></r>"},
         {"an instruction named xml", "<?xml version='1.0'?><r><?xml \x83version='1.0'?><v>1</v></r>"},
         {"a broken entity declaration", "<!DOCTYPE r [<!ENTITY e \"e\xE3t\">]><r><v>1&e;</v><a b='&e;'/></r>"},
+        {"a version nothing reads", "<?xml version='0.0'?><r><v>1</v></r>"},
         {"an entity copied away from its declaration", ""},
     };
     for (const auto& [pName, strText] : cases)

@@ -5,6 +5,7 @@
 #include "qel/xml/detail/QelXMLRead.h"
 #include "qel/xml/detail/QelXMLText.h"
 
+#include <libxml/encoding.h>
 #include <libxml/entities.h>
 #include <libxml/tree.h>
 
@@ -428,6 +429,25 @@ bool QelXMLFixText(const char* pText, std::string& strOut)
 void QelXMLMakeWritable(xmlDoc* pDoc, xmlNode* pTop)
 {
     Reporter report;
+    // A recovered declaration may name a version or an encoding nothing reads: 1.0 in UTF-8 it is.
+    if (!pTop && pDoc->version && xmlStrcmp(pDoc->version, reinterpret_cast<const xmlChar*>("1.0")) != 0)
+    {
+        report.Report("XML version", xmlDocGetRootElement(pDoc), Text(pDoc->version));
+        xmlFree(const_cast<xmlChar*>(pDoc->version));
+        pDoc->version = xmlStrdup(reinterpret_cast<const xmlChar*>("1.0"));
+    }
+    if (!pTop && pDoc->encoding)
+    {
+        xmlCharEncodingHandler* pHandler = xmlFindCharEncodingHandler(Text(pDoc->encoding));
+        if (!pHandler)
+        {
+            report.Report("encoding", xmlDocGetRootElement(pDoc), Text(pDoc->encoding));
+            xmlFree(const_cast<xmlChar*>(pDoc->encoding));
+            pDoc->encoding = nullptr;
+        }
+        else
+            xmlCharEncCloseFunc(pHandler);
+    }
     FixTree(pDoc, pTop, report);
     // A declaration read in recovering mode may hold anything; it is checked by parsing, and
     // written out into the text when it would not load.
