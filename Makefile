@@ -55,7 +55,7 @@ fuzz: setup
 	    -artifact_prefix=$(SAN_BUILD)/fuzz/artifacts/$$name- \
 	    $(SAN_BUILD)/fuzz/corpus/$$name fuzz/corpus/$$name > $(SAN_BUILD)/fuzz/$$name.log 2>&1; \
 	  status=$$?; \
-	  grep -E "^#[0-9]+ +(INITED|DONE)|stat::number_of_executed_units|ERROR|SUMMARY|fuzz check failed" \
+	  grep -E "^#[0-9]+[[:space:]]+(INITED|DONE)|stat::number_of_executed_units|ERROR|SUMMARY|fuzz check failed" \
 	    $(SAN_BUILD)/fuzz/$$name.log; \
 	  if [ $$status -ne 0 ]; then echo "$$name found a fault (see $(SAN_BUILD)/fuzz/$$name.log)"; exit 1; fi; \
 	done
