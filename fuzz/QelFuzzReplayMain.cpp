@@ -9,6 +9,19 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize);
 
+/// With QEL_FUZZ_LAST_INPUT set to a path, every input is written there before it runs, so that
+/// the one that failed can be replayed.
+static void Run(const std::vector<uint8_t>& v)
+{
+    if (const char* pPath = std::getenv("QEL_FUZZ_LAST_INPUT"))
+        if (FILE* f = std::fopen(pPath, "wb"))
+        {
+            std::fwrite(v.data(), 1, v.size(), f);
+            std::fclose(f);
+        }
+    LLVMFuzzerTestOneInput(v.data(), v.size());
+}
+
 static std::vector<uint8_t> ReadFile(const std::string& strPath)
 {
     std::vector<uint8_t> v;
@@ -41,7 +54,7 @@ int main(int argc, char** argv)
         closedir(d);
     }
     for (const auto& v : corpus)
-        LLVMFuzzerTestOneInput(v.data(), v.size());
+        Run(v);
 
     uint64_t state = 0x9E3779B97F4A7C15ull;
     auto next = [&state]() {
@@ -75,7 +88,7 @@ int main(int argc, char** argv)
             for (auto& b : input)
                 b = uint8_t(next());
         }
-        LLVMFuzzerTestOneInput(input.data(), input.size());
+        Run(input);
     }
     std::printf("replayed %zu corpus inputs and %ld generated inputs\n", corpus.size(), nRuns);
     return 0;

@@ -1,6 +1,7 @@
 // Feeds arbitrary bytes to the XML loaders and walks whatever loads. The first byte picks the
 // loader (string, plain memory block, or the rest wrapped as a compressed block) and what the walk
 // does; the rest is the input.
+#include "fuzz/support/QelFuzzXML.h"
 #include "qel/framework/QelSysApp.h"
 #include "qel/xml/QelMasterXMLInterface.h"
 #include "tests/support/QelSilentApp.h"
@@ -143,24 +144,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize)
     size_t n = Walk(x, nMode);
     if (nMode & 8)
     {
-        // Save in every form and load each back; what loads is walked again.
+        // Whatever loaded, even by recovering, saves and loads back in every storage form; a copy
+        // into another document too.
+        n += QelFuzzCheckRoundTrip(x);
         QelMasterXMLInterface copy;
         copy.NewData("copy", "fuzz");
         x.MoveToRootNode();
         copy.CopyNode(&x);
-        std::string strText = copy.SaveDataToString();
-        n += strText.size();
-        unsigned int nBlock = 0;
-        std::unique_ptr<char[]> pBlock(x.SaveDataToMemory(nBlock, (nMode & 64) != 0));
-        if (pBlock)
-        {
-            QelMasterXMLInterface back;
-            back.LoadDataFromMemory(pBlock.get(), nBlock);
-            if (back.IsValid())
-                n += Walk(back, 0);
-        }
-        if (copy.LoadDataFromString(strText))
-            n += Walk(copy, 0);
+        n += QelFuzzCheckRoundTrip(copy);
     }
     s_nSink = n;
     return 0;

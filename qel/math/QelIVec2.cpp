@@ -7,7 +7,9 @@
 
 float QelIVec2::AngleTo(const QelIVec2& o) const
 {
-    return QelAngleFromDot(float(Dot(o)), Magnitude() * o.Magnitude());
+    // The dot product in double: the int one wraps for long vectors.
+    const double fDot = double(static_cast<long long>(x) * o.x) + double(static_cast<long long>(y) * o.y);
+    return QelAngleFromDot(float(fDot), Magnitude() * o.Magnitude());
 }
 
 void QelIVec2::Rotate(float fRadians)

@@ -7,6 +7,9 @@
 #include <string>
 
 /// Two-component integer vector: pixel positions and sizes.
+/// Sums, differences and products wrap modulo 2^32 as the hardware does, but with defined
+/// behaviour; lengths, distances, angles and comparisons are computed in 64 bits (or double), so
+/// they stay right over the whole int range.
 class QEL_EXPORT QelIVec2
 {
 public:
@@ -27,12 +30,12 @@ public:
     operator int*() { return &x; }
     operator const int*() const { return &x; }
 
-    QelIVec2 operator+(const QelIVec2& o) const { return QelIVec2(x + o.x, y + o.y); }
-    QelIVec2 operator-(const QelIVec2& o) const { return QelIVec2(x - o.x, y - o.y); }
-    QelIVec2& operator+=(const QelIVec2& o) { x += o.x; y += o.y; return *this; }
-    QelIVec2& operator-=(const QelIVec2& o) { x -= o.x; y -= o.y; return *this; }
-    QelIVec2 operator*(const int& s) const { return QelIVec2(x * s, y * s); }
-    QelIVec2& operator*=(const int& s) { x *= s; y *= s; return *this; }
+    QelIVec2 operator+(const QelIVec2& o) const { return QelIVec2(Wrap(U(x) + U(o.x)), Wrap(U(y) + U(o.y))); }
+    QelIVec2 operator-(const QelIVec2& o) const { return QelIVec2(Wrap(U(x) - U(o.x)), Wrap(U(y) - U(o.y))); }
+    QelIVec2& operator+=(const QelIVec2& o) { return *this = *this + o; }
+    QelIVec2& operator-=(const QelIVec2& o) { return *this = *this - o; }
+    QelIVec2 operator*(const int& s) const { return QelIVec2(Wrap(U(x) * U(s)), Wrap(U(y) * U(s))); }
+    QelIVec2& operator*=(const int& s) { return *this = *this * s; }
     /// Truncates toward zero. A zero divisor (or INT_MIN / -1) would fault, so it is refused:
     /// the vector comes back unchanged and the log says so.
     QelIVec2 operator/(const int& s) const
@@ -55,21 +58,32 @@ public:
 
     bool operator==(const QelIVec2& o) const { return x == o.x && y == o.y; }
     bool operator!=(const QelIVec2& o) const { return !(*this == o); }
-    /// Compares lengths only.
-    bool operator<(const QelIVec2& o) const { return MagnitudeSquared() < o.MagnitudeSquared(); }
-    bool operator>(const QelIVec2& o) const { return MagnitudeSquared() > o.MagnitudeSquared(); }
+    /// Compares lengths only, exactly.
+    bool operator<(const QelIVec2& o) const { return SumOfSquares() < o.SumOfSquares(); }
+    bool operator>(const QelIVec2& o) const { return SumOfSquares() > o.SumOfSquares(); }
 
-    int Dot(const QelIVec2& o) const { return x * o.x + y * o.y; }
-    /// The integer sum of squares converted to float.
-    float MagnitudeSquared() const { return float(x * x + y * y); }
+    /// Wraps to int where the true dot product does not fit.
+    int Dot(const QelIVec2& o) const
+    {
+        return Wrap(static_cast<unsigned int>(static_cast<unsigned long long>(static_cast<long long>(x) * o.x) +
+                                              static_cast<unsigned long long>(static_cast<long long>(y) * o.y)));
+    }
+    /// The integer sum of squares (in 64 bits, where it always fits) converted to float.
+    float MagnitudeSquared() const { return float(SumOfSquares()); }
     float Magnitude() const { return std::sqrt(MagnitudeSquared()); }
-    float DistanceToSquared(const QelIVec2& o) const { return (*this - o).MagnitudeSquared(); }
-    float DistanceTo(const QelIVec2& o) const { return (*this - o).Magnitude(); }
+    /// Of the true difference, which may not fit an int.
+    float DistanceToSquared(const QelIVec2& o) const
+    {
+        const double dx = double(x) - double(o.x), dy = double(y) - double(o.y);
+        return float(dx * dx + dy * dy);
+    }
+    float DistanceTo(const QelIVec2& o) const { return std::sqrt(DistanceToSquared(o)); }
     /// Unsigned angle in degrees, 0..180; 0 when either vector has zero length.
     float AngleTo(const QelIVec2& o) const;
     /// Turns counter-clockwise by fRadians; the new components are truncated toward zero.
     void Rotate(float fRadians);
-    QelIVec2 AbsoluteValue() const { return QelIVec2(std::abs(x), std::abs(y)); }
+    /// The smallest int, whose absolute value no int holds, gives the largest.
+    QelIVec2 AbsoluteValue() const { return QelIVec2(Abs(x), Abs(y)); }
     int MaxAxis() const { return x > y ? x : y; }
     int MinAxis() const { return x < y ? x : y; }
     bool Equals(const QelIVec2& o) const { return *this == o; }
@@ -78,6 +92,15 @@ public:
 
 private:
     static void ReportBadDivisor(int nDivisor);
+    static unsigned int U(int n) { return static_cast<unsigned int>(n); }
+    /// Two's complement, as every supported compiler defines the conversion.
+    static int Wrap(unsigned int n) { return static_cast<int>(n); }
+    static int Abs(int n) { return n >= 0 ? n : (n == (-2147483647 - 1) ? 2147483647 : -n); }
+    unsigned long long SumOfSquares() const
+    {
+        return static_cast<unsigned long long>(static_cast<long long>(x) * x) +
+               static_cast<unsigned long long>(static_cast<long long>(y) * y);
+    }
 };
 
 inline constexpr QelIVec2 QelIVec2::kZero(0, 0);

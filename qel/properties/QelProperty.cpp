@@ -3,6 +3,7 @@
 #include "qel/expression/QelExpression.h"
 #include "qel/framework/QelSysApp.h"
 #include "qel/framework/detail/QelNameRule.h"
+#include "qel/platform/QelMessageQuote.h"
 #include "qel/properties/QelMultiProperty.h"
 #include "qel/properties/QelPropertyContainer.h"
 
@@ -17,6 +18,12 @@ namespace
 constexpr double kIntLimit = 2147483647.0;
 constexpr double kFloatLimit = 3.4028234663852886e38;
 constexpr double kDoubleLimit = 1.7976931348623157e308;
+
+/// Properties computed from one another are pulled recursively, one pull inside the other; past
+/// this many at once the stack would be at risk, so the pull stops with the stored value.
+constexpr unsigned int kMaxPullDepth = 1000;
+/// Pulls in progress on the one thread the property system runs on.
+unsigned int g_nPullDepth = 0;
 
 /// A double bound as an int, saturating where a plain cast would be undefined.
 int BoundToInt(double d)
@@ -240,6 +247,15 @@ void QelProperty::PullData()
         return;
     if (m_nFlags & kFlagPulling)
         return;
+    if (g_nPullDepth >= kMaxPullDepth)
+    {
+        const std::string strName = GetFullName();
+        QelSysApp::App().PrintToConsole(
+            "<error> %s - properties computed from one another nest deeper than %u levels; the stored value is read\n",
+            QelQuoteInput(strName).c_str(), kMaxPullDepth);
+        return;
+    }
+    ++g_nPullDepth;
     m_nFlags |= kFlagPulling;
     if (m_nFlags & kFlagPropagation)
     {
@@ -253,6 +269,7 @@ void QelProperty::PullData()
     if (m_pExpression)
         EvaluateExpression();
     m_nFlags &= static_cast<unsigned char>(~kFlagPulling);
+    --g_nPullDepth;
 }
 
 const QelVariant& QelProperty::GetAsVariant()

@@ -1,6 +1,7 @@
 #include "qel/properties/QelPropertyContainer.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/platform/QelMessageQuote.h"
 #include "qel/properties/QelInterpColorProperty.h"
 #include "qel/properties/QelMultiProperty.h"
 #include "qel/properties/QelProperty.h"
@@ -123,7 +124,8 @@ bool QelPropertyContainer::AddProperty(QelProperty* pProperty)
 {
     if (!pProperty)
     {
-        QelSysApp::App().PrintToConsole("<error> Failed to add property [(null)] to [%s]\n", GetName().c_str());
+        QelSysApp::App().PrintToConsole("<error> Failed to add property [(null)] to [%s]\n",
+                                        QelQuoteInput(GetName()).c_str());
         return false;
     }
     const std::string strName = pProperty->GetName();
@@ -131,7 +133,8 @@ bool QelPropertyContainer::AddProperty(QelProperty* pProperty)
     {
         if (strName != kReservedThis)
             QelSysApp::App().PrintToConsole(
-                "<error> Failed to add property [%s], a property with the same name already exists\n", strName.c_str());
+                "<error> Failed to add property [%s], a property with the same name already exists\n",
+                QelQuoteInput(strName).c_str());
         return false;
     }
     QelPropertyContainer* pOwner = pProperty->m_pContainer;
@@ -139,7 +142,7 @@ bool QelPropertyContainer::AddProperty(QelProperty* pProperty)
     {
         // Two owners would free it twice.
         QelSysApp::App().PrintToConsole("<error> Failed to add property [%s], it belongs to container [%s]\n",
-                                        strName.c_str(), pOwner->GetName().c_str());
+                                        QelQuoteInput(strName).c_str(), QelQuoteInput(pOwner->GetName()).c_str());
         return false;
     }
     m_mapProperties.emplace(strName, pProperty);
@@ -168,7 +171,8 @@ void QelPropertyContainer::DeleteProperty(QelProperty* pProperty)
         {
             QelSysApp::App().PrintToConsole(
                 "<warning> Property [%s] belongs to container [%s] and was not deleted by [%s]\n",
-                pProperty->GetName().c_str(), pOwner->GetName().c_str(), GetName().c_str());
+                QelQuoteInput(pProperty->GetName()).c_str(), QelQuoteInput(pOwner->GetName()).c_str(),
+                QelQuoteInput(GetName()).c_str());
             return;
         }
     }
@@ -233,7 +237,8 @@ void QelPropertyContainer::DeleteAllProperties()
                 continue;
             QelSysApp::App().PrintToConsole(
                 "<warning> Property [%s] of [%s] is still held by [%s] as its container goes; the holder is told\n",
-                p->GetName().c_str(), GetName().c_str(), pHolder->GetName().c_str());
+                QelQuoteInput(p->GetName()).c_str(), QelQuoteInput(GetName()).c_str(),
+                QelQuoteInput(pHolder->GetName()).c_str());
         }
         p->OnDelete();
         delete p;
@@ -260,7 +265,7 @@ QelMultiProperty* QelPropertyContainer::CreateMultiPropertyGroup(const std::stri
     if (vecNames.size() != vecTypes.size())
     {
         QelSysApp::App().PrintToConsole("<error> Failed to create group [%s], %d names given for %d types\n",
-                                        strName.c_str(), int(vecNames.size()), int(vecTypes.size()));
+                                        QelQuoteInput(strName).c_str(), int(vecNames.size()), int(vecTypes.size()));
         return nullptr;
     }
     // The group's own type is its children's when they share one.
@@ -318,15 +323,16 @@ bool QelPropertyContainer::SetPropertyIndex(QelProperty* pProperty, int nIndex)
     if (!pProperty || it == m_vecProperties.end())
     {
         // The pointer may be stale: only an owned property is asked for its name.
+        const std::string strName = pProperty && Owns(pProperty) ? QelQuoteInput(pProperty->GetName()) : "(unknown)";
         QelSysApp::App().PrintToConsole("<warning>Property [%s] could not be found in current list of properties\n",
-                                        pProperty && Owns(pProperty) ? pProperty->GetName().c_str() : "(unknown)");
+                                        strName.c_str());
         return false;
     }
     if (nIndex < 0 || size_t(nIndex) >= m_vecProperties.size())
     {
         QelSysApp::App().PrintToConsole(
             "<warning>Could not move property [%s] in list. Index passed [%i] is out of range.\n",
-            pProperty->GetName().c_str(), nIndex);
+            QelQuoteInput(pProperty->GetName()).c_str(), nIndex);
         return false;
     }
     m_vecProperties.erase(it);
@@ -347,7 +353,7 @@ bool QelPropertyContainer::PropertyNameChanged(QelProperty* pProperty, const std
         // Refused: two properties under one key would lose one of them.
         QelSysApp::App().PrintToConsole(
             "<warning> Could not rename property [%s] to [%s], a property with that name already exists\n",
-            pProperty->GetFullName().c_str(), strNewName.c_str());
+            QelQuoteInput(pProperty->GetFullName()).c_str(), QelQuoteInput(strNewName).c_str());
         return false;
     }
     m_mapProperties.erase(strOld);

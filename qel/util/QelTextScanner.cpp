@@ -4,16 +4,19 @@
 #include "qel/util/QelTextScanner.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/platform/QelMessageQuote.h"
 #include "qel/util/detail/QelTextScanChars.h"
 
 #include <cerrno>
+#include <cstring>
 #include <typeinfo>
 
 using namespace QelTextScanDetail;
 
 QelTextScanner::QelTextScanner()
     : m_pFile(nullptr), m_pStreamBuffer(nullptr), m_pMemory(nullptr), m_nMemorySize(0), m_nRawPos(0), m_bSourceEnded(true),
-      m_bNulReported(false), m_nBlockBytes(0), m_nBlockPos(0), m_pBlock(nullptr), m_pLinePos(nullptr),
+      m_bNulReported(false), m_nWordCuts(0), m_nLineCuts(0), m_nBlockBytes(0), m_nBlockPos(0), m_pBlock(nullptr),
+      m_pLinePos(nullptr),
       m_bLineBlank(true), m_nBytesRead(-1), m_nCharsProcessed(-1), m_nLineNum(-1),
       m_pLineBuffer(AllocLine(eInitialLineCapacity, eScanSlack)), m_nLineCapacity(0), m_nWordLength(0),
       m_bReadIntsAsFloats(false), m_bCommaDelimiter(true), m_bSpaceDelimiter(false),
@@ -49,6 +52,7 @@ QelTextScanner& QelTextScanner::operator=(const QelTextScanner& other)
 
 QelTextScanner::~QelTextScanner()
 {
+    ReportRepeats();
     if (m_pFile)
         std::fclose(m_pFile);
     delete[] m_pStreamBuffer;
@@ -119,6 +123,8 @@ void QelTextScanner::CopyFrom(const QelTextScanner& other)
     m_nRawPos = other.m_nRawPos;
     m_bSourceEnded = other.m_bSourceEnded;
     m_bNulReported = other.m_bNulReported;
+    m_nWordCuts = other.m_nWordCuts;
+    m_nLineCuts = other.m_nLineCuts;
     m_pFile = nullptr;
     if (other.m_pFile)
     {
@@ -172,6 +178,8 @@ void QelTextScanner::ResetState()
     m_nRawPos = 0;
     m_bSourceEnded = false;
     m_bNulReported = false;
+    m_nWordCuts = 0;
+    m_nLineCuts = 0;
     m_nBlockBytes = 0;
     m_nBlockPos = 0;
     m_pBlock = nullptr;
@@ -196,8 +204,8 @@ bool QelTextScanner::Open(const char* pPath)
     std::FILE* pFile = std::fopen(pPath, "rb");
     if (!pFile)
     {
-        QelSysApp::App().PrintToConsole("<error> QelTextScanner::Open() - cannot open \"%s\": %s\n", pPath,
-                                        std::strerror(errno));
+        QelSysApp::App().PrintToConsole("<error> QelTextScanner::Open() - cannot open \"%s\": %s\n",
+                                        QelQuoteInput(pPath, std::strlen(pPath)).c_str(), std::strerror(errno));
         return false;
     }
     AttachStreamBuffer(pFile);
@@ -205,8 +213,8 @@ bool QelTextScanner::Open(const char* pPath)
     int c = std::getc(pFile);
     if (c == EOF && std::ferror(pFile))
     {
-        QelSysApp::App().PrintToConsole("<error> QelTextScanner::Open() - cannot read \"%s\": %s\n", pPath,
-                                        std::strerror(errno));
+        QelSysApp::App().PrintToConsole("<error> QelTextScanner::Open() - cannot read \"%s\": %s\n",
+                                        QelQuoteInput(pPath, std::strlen(pPath)).c_str(), std::strerror(errno));
         std::fclose(pFile);
         return false;
     }
@@ -237,8 +245,27 @@ bool QelTextScanner::OpenBuffer(const char* pData, size_t nSize)
     return true;
 }
 
+void QelTextScanner::ReportWordCut()
+{
+    if (m_nWordCuts++ == 0)
+        QelSysApp::App().PrintToConsole("<warning> Max word size of %d reached\n", int(eMaxWordSize));
+}
+
+void QelTextScanner::ReportRepeats()
+{
+    // A 1 GB line would otherwise write a million warnings.
+    if (m_nWordCuts > 1)
+        QelSysApp::App().PrintToConsole("<warning> Max word size of %d reached %lld times in \"%s\"\n",
+                                        int(eMaxWordSize), m_nWordCuts, QelQuoteInput(m_strPath).c_str());
+    if (m_nLineCuts > 1)
+        QelSysApp::App().PrintToConsole("<warning> QelTextScanner - %lld lines of \"%s\" were cut\n", m_nLineCuts,
+                                        QelQuoteInput(m_strPath).c_str());
+    m_nWordCuts = m_nLineCuts = 0;
+}
+
 bool QelTextScanner::Close()
 {
+    ReportRepeats();
     bool bClosed = false;
     if (m_pFile)
     {

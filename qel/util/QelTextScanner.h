@@ -104,6 +104,10 @@ private:
     void ResetState();
     void CopyFrom(const QelTextScanner& other);
     void AttachStreamBuffer(std::FILE* pFile);
+    /// A word cut at eMaxWordSize: warned the first time, counted after that.
+    void ReportWordCut();
+    /// Once per source, when it is closed: how often a repeated warning would have been written.
+    void ReportRepeats();
 
     // The source: a file stream, or a caller's memory block when m_pMemory is set.
     std::FILE* m_pFile;
@@ -113,6 +117,8 @@ private:
     long long m_nRawPos;  // bytes consumed from the source before translation
     bool m_bSourceEnded;  // end of file, Ctrl-Z or a read error seen
     bool m_bNulReported;  // one warning per file is enough
+    long long m_nWordCuts; // words cut at the longest word size in this source
+    long long m_nLineCuts; // lines cut at the longest line in this source
     std::string m_strPath;
 
     // The current block.

@@ -3,6 +3,7 @@
 #include "qel/util/QelTextScanner.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/platform/QelMessageQuote.h"
 #include "qel/util/detail/QelTextScanChars.h"
 
 using namespace QelTextScanDetail;
@@ -108,10 +109,11 @@ const char* QelTextScanner::NextLine()
             size_t nFits = m_nLineCapacity > nLength + 1 ? m_nLineCapacity - nLength - 1 : 0;
             nTake = nTake < nFits ? nTake : nFits;
             bCut = true;
-            QelSysApp::App().PrintToConsole(
-                "<warning> QelTextScanner - line %lld of \"%s\" is cut after %zu bytes; the rest is read as the "
-                "next line\n",
-                m_nLineNum + 1, m_strPath.c_str(), nLength + nTake);
+            if (m_nLineCuts++ == 0)
+                QelSysApp::App().PrintToConsole(
+                    "<warning> QelTextScanner - line %lld of \"%s\" is cut after %zu bytes; the rest is read as the "
+                    "next line\n",
+                    m_nLineNum + 1, QelQuoteInput(m_strPath).c_str(), nLength + nTake);
         }
         if (m_pLineBuffer && nTake)
             std::memcpy(m_pLineBuffer + nLength, pStart, nTake);

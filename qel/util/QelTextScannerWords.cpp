@@ -3,6 +3,7 @@
 #include "qel/util/QelTextScanner.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/platform/QelMessageQuote.h"
 #include "qel/util/detail/QelTextScanChars.h"
 
 #include <typeinfo>
@@ -64,10 +65,10 @@ void QelTextScanner::ReadQuoteDelimitedString()
     if (*p == '"')
         ++p;
     else if (*p)
-        QelSysApp::App().PrintToConsole("<warning> Max word size of %d reached\n", int(eMaxWordSize));
+        ReportWordCut();
     else
         QelSysApp::App().PrintToConsole("<warning> string \"%s\" on line %d missing closing double quotes\n",
-                                        m_szWord, LineNum());
+                                        QelQuoteInput(m_szWord, size_t(n)).c_str(), LineNum());
     m_pLinePos = const_cast<char*>(p);
 }
 
@@ -180,7 +181,7 @@ const char* QelTextScanner::ReadWord(QelDataType& eType, bool bClassify)
         if (n > eMaxWordSize)
         {
             n = eMaxWordSize;
-            QelSysApp::App().PrintToConsole("<warning> Max word size of %d reached\n", int(eMaxWordSize));
+            ReportWordCut();
         }
         // Classified from the line before the word is stored: the 16 bytes just searched are
         // still at hand, and a load over fresh stores would stall.

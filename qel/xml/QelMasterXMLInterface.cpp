@@ -1,7 +1,10 @@
 #include "qel/xml/QelMasterXMLInterface.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/platform/QelMessageQuote.h"
 #include "qel/xml/detail/QelXMLInterfaceDef.h"
+#include "qel/xml/detail/QelXMLRead.h"
+#include "qel/xml/detail/QelXMLSanitizer.h"
 
 #include <libxml/globals.h>
 #include <libxml/parser.h>
@@ -17,7 +20,8 @@
 
 namespace
 {
-const char kBaseURL[] = "QelXML.xml";
+/// The largest document text the loaders accept, inflated; a host may raise it.
+unsigned long long g_nMaxDocumentSize = 1ull << 30;
 
 /// Deflate never expands more than 1032 to 1; a stored length beyond that cannot be genuine.
 const unsigned long long kMaxInflateRatio = 1032;
@@ -52,18 +56,55 @@ private:
     void* m_pStructuredContext;
 };
 
-int LastErrorCode()
+bool ReportTooLarge(unsigned long long nLength)
 {
-    xmlErrorPtr pError = xmlGetLastError();
-    return pError ? pError->code : 0;
+    if (nLength <= g_nMaxDocumentSize)
+        return false;
+    QelSysApp::App().PrintToConsole(
+        "<error> QelXMLInterface - a document of %llu bytes is larger than the limit of %llu bytes\n", nLength,
+        g_nMaxDocumentSize);
+    return true;
 }
 
-xmlDoc* ParseText(const char* pText, int nLength)
+/// A document nested deeper than the saver writes is refused, whatever the storage form.
+bool ReportTooDeep(xmlDoc* pDoc)
 {
-    xmlResetLastError();
-    return xmlReadMemory(pText, nLength, kBaseURL, nullptr, XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    if (!QelXMLIsDeeperThan(xmlDocGetRootElement(pDoc), kQelXMLMaxDepth))
+        return false;
+    QelSysApp::App().PrintToConsole("<error> QelXMLInterface - the document nests deeper than %u levels\n",
+                                    kQelXMLMaxDepth);
+    xmlFreeDoc(pDoc);
+    return true;
+}
+
+/// Before a save: a tree deeper than the loaders read is refused, the rest made well-formed.
+bool PrepareSave(xmlDoc* pDoc, xmlNode* pTop)
+{
+    if (QelXMLIsDeeperThan(pTop ? pTop : xmlDocGetRootElement(pDoc), kQelXMLMaxDepth))
+    {
+        QelSysApp::App().PrintToConsole(
+            "<error> QelXMLInterface - the document nests deeper than %u levels and is not saved\n", kQelXMLMaxDepth);
+        return false;
+    }
+    QelXMLMakeWritable(pDoc, pTop);
+    return true;
 }
 } // namespace
+
+void QelMasterXMLInterface::SetMaxDocumentSize(unsigned long long nBytes)
+{
+    g_nMaxDocumentSize = nBytes;
+}
+
+unsigned long long QelMasterXMLInterface::GetMaxDocumentSize()
+{
+    return g_nMaxDocumentSize;
+}
+
+unsigned int QelMasterXMLInterface::GetMaxDocumentDepth()
+{
+    return kQelXMLMaxDepth;
+}
 
 QelMasterXMLInterface::QelMasterXMLInterface() = default;
 
@@ -100,19 +141,27 @@ bool QelMasterXMLInterface::LoadDataFromFile(const std::string& strPath)
     if (!m_pDef)
         return false;
     m_pDef->CloseData();
-    xmlDoc* pDoc;
+    QelXMLReadResult r;
     {
         QuietLibxml quiet;
-        pDoc = xmlParseFile(strPath.c_str());
+        r = QelXMLReadFile(strPath, g_nMaxDocumentSize);
     }
+    xmlDoc* pDoc = r.pDoc;
+    const std::string strQuoted = QelQuoteInput(strPath);
+    if (r.bTooLarge)
+        QelSysApp::App().PrintToConsole(
+            "<error> QelXMLInterface - file [%s] inflates to more than the limit of %llu bytes\n", strQuoted.c_str(),
+            g_nMaxDocumentSize);
     if (!pDoc)
     {
-        QelSysApp::App().PrintToConsole("Failed to parse file [%s]\n", strPath.c_str());
+        QelSysApp::App().PrintToConsole("Failed to parse file [%s]\n", strQuoted.c_str());
         return false;
     }
+    if (ReportTooDeep(pDoc))
+        return false;
     if (!m_pDef->AdoptDocument(pDoc))
     {
-        QelSysApp::App().PrintToConsole("File [%s] is empty\n", strPath.c_str());
+        QelSysApp::App().PrintToConsole("File [%s] is empty\n", strQuoted.c_str());
         xmlFreeDoc(pDoc);
         return false;
     }
@@ -122,6 +171,8 @@ bool QelMasterXMLInterface::LoadDataFromFile(const std::string& strPath)
 bool QelMasterXMLInterface::SaveDataToFile(const std::string& strPath, bool bCompress)
 {
     if (!IsValid())
+        return false;
+    if (!PrepareSave(m_pDef->m_pDocument, nullptr))
         return false;
     QuietLibxml quiet;
     xmlSetDocCompressMode(m_pDef->m_pDocument, bCompress ? 9 : 0);
@@ -133,26 +184,26 @@ bool QelMasterXMLInterface::LoadDataFromString(const std::string& strText)
     if (!m_pDef)
         return false;
     m_pDef->CloseData();
-    if (strText.size() > static_cast<size_t>(INT_MAX))
-    {
-        QelSysApp::App().PrintToConsole("String of %zu bytes is too long to parse\n", strText.size());
+    if (ReportTooLarge(strText.size()))
         return false;
-    }
-    xmlDoc* pDoc;
-    int nError;
+    QelXMLReadResult r;
     {
         QuietLibxml quiet;
-        pDoc = ParseText(strText.data(), static_cast<int>(strText.size()));
-        nError = LastErrorCode();
+        r = QelXMLReadText(strText.data(), strText.size(), true);
     }
+    xmlDoc* pDoc = r.pDoc;
+    // Input is quoted, never copied whole: a 100 MB string must not become a 100 MB log line.
     if (!pDoc)
     {
-        QelSysApp::App().PrintToConsole("Failed to parse string [%s][error:0x%0x]\n", strText.c_str(), nError);
+        QelSysApp::App().PrintToConsole("Failed to parse string [%s][error:0x%0x]\n", QelQuoteInput(strText).c_str(),
+                                        r.nError);
         return false;
     }
+    if (ReportTooDeep(pDoc))
+        return false;
     if (!m_pDef->AdoptDocument(pDoc))
     {
-        QelSysApp::App().PrintToConsole("String [%s] is empty\n", strText.c_str());
+        QelSysApp::App().PrintToConsole("String [%s] is empty\n", QelQuoteInput(strText).c_str());
         xmlFreeDoc(pDoc);
         return false;
     }
@@ -162,6 +213,8 @@ bool QelMasterXMLInterface::LoadDataFromString(const std::string& strText)
 std::string QelMasterXMLInterface::SaveDataToString()
 {
     if (!IsValid())
+        return std::string();
+    if (!PrepareSave(m_pDef->m_pDocument, m_pDef->m_pCurrentNode))
         return std::string();
     xmlBuffer* pBuffer = xmlBufferCreate();
     if (!pBuffer)
@@ -208,7 +261,10 @@ bool QelMasterXMLInterface::LoadDataFromMemory(char* pData, unsigned int nSize)
                                 static_cast<unsigned long>(pHeader[2]) << 16 |
                                 static_cast<unsigned long>(pHeader[3]) << 24;
         unsigned long long nCompressed = nSize - 5ull;
-        if (nStored > nCompressed * kMaxInflateRatio || nStored > static_cast<unsigned long>(INT_MAX))
+        // Checked before anything is allocated: the stored length is what would be.
+        if (ReportTooLarge(nStored))
+            return false;
+        if (nStored > nCompressed * kMaxInflateRatio)
         {
             app.PrintToConsole("<error> QelXMLInterface - stored length %lu is impossible for %llu compressed bytes\n",
                                nStored, nCompressed);
@@ -238,21 +294,19 @@ bool QelMasterXMLInterface::LoadDataFromMemory(char* pData, unsigned int nSize)
         pText = pInflated.get();
         nLength = nStored;
     }
-    if (nLength > static_cast<unsigned long long>(INT_MAX))
-    {
-        app.PrintToConsole("<error> QelXMLInterface - data of %llu bytes is too long to parse\n", nLength);
+    else if (ReportTooLarge(nLength))
         return false;
-    }
 
-    xmlDoc* pDoc;
-    int nError;
+    QelXMLReadResult r;
     {
         QuietLibxml quiet;
-        pDoc = ParseText(pText, static_cast<int>(nLength));
-        nError = LastErrorCode();
+        r = QelXMLReadText(pText, static_cast<size_t>(nLength), true);
     }
+    xmlDoc* pDoc = r.pDoc;
     if (!pDoc)
-        app.PrintToConsole("<error> QelXMLInterface - Failed to parse data [error:0x%0x]\n", nError);
+        app.PrintToConsole("<error> QelXMLInterface - Failed to parse data [error:0x%0x]\n", r.nError);
+    else if (ReportTooDeep(pDoc))
+        return false;
     else if (!m_pDef->AdoptDocument(pDoc))
     {
         app.PrintToConsole("<error> QelXMLInterface - data is empty\n");
@@ -267,6 +321,8 @@ char* QelMasterXMLInterface::SaveDataToMemory(unsigned int& nSize, bool bCompres
 {
     nSize = 0;
     if (!m_pDef || !m_pDef->m_pDocument)
+        return nullptr;
+    if (!PrepareSave(m_pDef->m_pDocument, nullptr))
         return nullptr;
     xmlChar* pText = nullptr;
     int nLength = 0;

@@ -36,4 +36,13 @@ public:
     void UnlockRoot();
     /// Bytes libxml2 reports as allocated (0 unless its debug allocator is on).
     static int GetMemoryUsed();
+
+    /// The largest document, in bytes of text after inflating, that the loaders accept from any
+    /// storage form; larger ones are refused with a message before their memory is taken. Process
+    /// wide, 1 GiB until a host changes it.
+    static void SetMaxDocumentSize(unsigned long long nBytes);
+    static unsigned long long GetMaxDocumentSize();
+    /// The deepest nesting of elements that is saved and loaded (4096); deeper trees are refused
+    /// with a message on both sides, so that every saved document loads back whole.
+    static unsigned int GetMaxDocumentDepth();
 };

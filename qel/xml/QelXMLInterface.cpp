@@ -2,6 +2,8 @@
 
 #include "qel/framework/QelSysApp.h"
 #include "qel/xml/detail/QelXMLInterfaceDef.h"
+#include "qel/xml/detail/QelXMLSanitizer.h"
+#include "qel/xml/detail/QelXMLText.h"
 
 #include <libxml/globals.h>
 #include <libxml/parser.h>
@@ -15,35 +17,8 @@
 
 namespace
 {
-/// libxml2 copies sub-trees recursively; deeper ones than this would exhaust the stack. Parsed
-/// documents stop at a few hundred levels, so only trees built by hand come near it.
-const unsigned int kMaxCopyDepth = 4096;
-
-/// True when the sub-tree below pTop nests deeper than nLimit levels; walks without recursion.
-bool IsDeeperThan(const xmlNode* pTop, unsigned int nLimit)
-{
-    unsigned int nDepth = 0;
-    const xmlNode* p = pTop;
-    while (p)
-    {
-        if (p->children && p->type == XML_ELEMENT_NODE)
-        {
-            if (++nDepth > nLimit)
-                return true;
-            p = p->children;
-            continue;
-        }
-        while (p != pTop && !p->next)
-        {
-            p = p->parent;
-            --nDepth;
-        }
-        if (p == pTop)
-            break;
-        p = p->next;
-    }
-    return false;
-}
+/// libxml2 copies sub-trees recursively; deeper ones than the documents the library saves are refused.
+const unsigned int kMaxCopyDepth = kQelXMLMaxDepth;
 
 /// Encoded blocks must stay addressable by an int: a size whose fourfold reaches this is refused.
 const unsigned long long kMaxEncodedLength = 2147483647ull;
@@ -295,7 +270,7 @@ bool QelXMLInterface::CopyNode(QelXMLInterface* pSource)
 {
     if (!m_pDef || !m_pDef->m_pCurrentNode || !pSource || !pSource->m_pDef || !pSource->m_pDef->m_pCurrentNode)
         return false;
-    if (IsDeeperThan(pSource->m_pDef->m_pCurrentNode, kMaxCopyDepth))
+    if (QelXMLIsDeeperThan(pSource->m_pDef->m_pCurrentNode, kMaxCopyDepth))
     {
         QelSysApp::App().PrintToConsole("<error> QelXMLInterface - a node nested deeper than %u levels is not copied\n",
                                         kMaxCopyDepth);
@@ -332,7 +307,7 @@ std::string QelXMLInterface::GetNodeContent() const
 {
     if (!IsValid() || !m_pDef->m_pCurrentNode->children)
         return std::string();
-    xmlChar* pText = xmlNodeListGetString(m_pDef->m_pDocument, m_pDef->m_pCurrentNode->children, 1);
+    xmlChar* pText = QelXMLTakeText(m_pDef->m_pDocument, m_pDef->m_pCurrentNode->children);
     if (!pText)
         return std::string();
     std::string str(reinterpret_cast<const char*>(pText));

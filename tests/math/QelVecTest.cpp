@@ -231,3 +231,36 @@ TEST(QelColor, MakeBestColor)
     c.MakeBestColor({QelVec4(1, 0, 1, 1), QelVec4(1, 0, 0.5f, 1)});
     EXPECT_TRUE(c.Equals(QelVec4(0, 1, 0.25f, 1), 1e-5f)) << c.String();
 }
+
+TEST(QelVec, IntegerVectorsStayDefinedAndRightAtTheLimitsOfInt)
+{
+    const int kMax = 2147483647, kMin = -2147483647 - 1;
+    const QelIVec2 big(46341, 46341), top(kMax, kMax), low(kMin, kMin);
+    // Squares and lengths are computed in 64 bits: no overflow from 46,341 up.
+    EXPECT_FLOAT_EQ(big.MagnitudeSquared(), 4294976562.0f);
+    EXPECT_FLOAT_EQ(low.MagnitudeSquared(), 9223372036854775808.0f);
+    EXPECT_FLOAT_EQ(low.Magnitude(), 3037000499.97605f);
+    EXPECT_FLOAT_EQ(QelIVec2(kMax, 0).DistanceTo(QelIVec2(kMin, 0)), 4294967295.0f);
+    EXPECT_FLOAT_EQ(top.DistanceToSquared(low), 2.0f * 4294967295.0f * 4294967295.0f);
+    // Lengths compare exactly, where floats would call these two equal.
+    EXPECT_TRUE(QelIVec2(kMin, 0) > QelIVec2(kMax, 0));
+    EXPECT_TRUE(QelIVec2(kMax, 0) < QelIVec2(0, kMin));
+    EXPECT_FALSE(low < low);
+    // Angles from the true dot product.
+    EXPECT_EQ(low.AngleTo(low), 0.0f);
+    EXPECT_EQ(QelIVec2(kMax, 0).AngleTo(QelIVec2(kMin, 0)), 180.0f);
+    EXPECT_NEAR(top.AngleTo(QelIVec2(kMax, -kMax)), 90.0f, 1e-3f);
+    // The int results wrap modulo 2^32, with defined behaviour.
+    EXPECT_EQ(QelIVec2(46341, 0).Dot(QelIVec2(46341, 0)), -2147479015);
+    EXPECT_EQ(low.Dot(low), 0);
+    EXPECT_EQ(QelIVec2(kMax, 1) + QelIVec2(1, kMin), QelIVec2(kMin, kMin + 1));
+    EXPECT_EQ(QelIVec2(kMin, 0) - QelIVec2(1, 0), QelIVec2(kMax, 0));
+    EXPECT_EQ(QelIVec2(kMax, 2) * 2, QelIVec2(-2, 4));
+    QelIVec2 v(kMax, kMin);
+    v += QelIVec2(1, -1);
+    v -= QelIVec2(0, 1);
+    v *= 3;
+    EXPECT_EQ(v, QelIVec2(kMin, 2147483642)); // 3 x 2147483646 modulo 2^32
+    // The smallest int has no absolute value in an int: it gives the largest.
+    EXPECT_EQ(QelIVec2(kMin, -5).AbsoluteValue(), QelIVec2(kMax, 5));
+}

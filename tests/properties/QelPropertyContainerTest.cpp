@@ -391,3 +391,15 @@ TEST(QelNoDangling, PropertiesTornDownWithTheirContainerSeeNoContainer)
     }
     EXPECT_TRUE(bSawNull);
 }
+
+TEST(QelPropertyContainer, MessagesQuoteHugeNamesByTheirStartAndLength)
+{
+    QelCapture cap;
+    Named c("Box");
+    const std::string strHuge(1 << 20, 'n');
+    ASSERT_NE(c.CreateProperty(strHuge, eDataReal), nullptr);
+    EXPECT_EQ(c.CreateProperty(strHuge, eDataReal), nullptr);
+    ASSERT_EQ(cap.Messages().size(), 1u);
+    EXPECT_EQ(cap.Messages()[0], "<error> Failed to add property [" + std::string(256, 'n') +
+                                     "... (1048576 bytes)], a property with the same name already exists\n");
+}

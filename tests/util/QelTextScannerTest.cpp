@@ -244,6 +244,41 @@ TEST(QelTextScanner, LongWordsAreCutAndContinued)
     EXPECT_EQ(cap2.Messages()[0], "<warning> Max word size of 1024 reached\n");
 }
 
+TEST(QelTextScanner, ARepeatedWarningIsWrittenOncePerSourceWithACountAndInputIsQuotedShort)
+{
+    QelCapture cap;
+    // 5,000 words that are each too long, on one 10 MB line: one warning, and one count at the end.
+    std::string strLine;
+    for (int i = 0; i < 5000; ++i)
+        strLine += std::string(2000, 'w') + ' ';
+    strLine += '\n';
+    QelTextScanner s;
+    s.SetSpaceDelimiter(true);
+    ASSERT_TRUE(s.OpenBuffer(strLine.data(), strLine.size()));
+    size_t nWords = 0;
+    while (s.NextWord(true))
+        ++nWords;
+    EXPECT_EQ(nWords, 10000u);
+    EXPECT_EQ(cap.Messages(), (Texts{"<warning> Max word size of 1024 reached\n"}));
+    s.Close();
+    EXPECT_EQ(cap.Messages(), (Texts{"<warning> Max word size of 1024 reached\n",
+                                     "<warning> Max word size of 1024 reached 5000 times in \"<memory>\"\n"}));
+    // A single cut needs no count; a closed scanner reports nothing twice.
+    QelCapture cap2;
+    ScanText(std::string(1030, 'x') + "\n");
+    s.Close();
+    EXPECT_EQ(cap2.Messages(), (Texts{"<warning> Max word size of 1024 reached\n"}));
+
+    // A path of 10,000 characters is quoted by its start and its length.
+    QelCapture cap3;
+    const std::string strPath = "/nonexistent/" + std::string(9987, 'p');
+    EXPECT_FALSE(s.Open(strPath.c_str()));
+    ASSERT_EQ(cap3.Messages().size(), 1u);
+    const std::string strStart =
+        "<error> QelTextScanner::Open() - cannot open \"" + strPath.substr(0, 256) + "... (10000 bytes)\": ";
+    EXPECT_EQ(cap3.Messages()[0].substr(0, strStart.size()), strStart);
+}
+
 TEST(QelTextScanner, QuotedStringsAreOneWord)
 {
     QelCapture cap;

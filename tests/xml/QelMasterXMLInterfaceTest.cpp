@@ -1,5 +1,6 @@
 #include "qel/xml/QelMasterXMLInterface.h"
 #include "tests/support/QelTestApp.h"
+#include "tests/xml/QelXMLTestFiles.h"
 
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
@@ -17,15 +18,7 @@ namespace fs = std::filesystem;
 
 namespace
 {
-/// A scratch folder of this test process, removed at the end.
-struct TempDir
-{
-    fs::path m_path = fs::temp_directory_path() / ("qel_xml_test_" + std::to_string(::getpid()));
-    std::error_code m_ec;
-    TempDir() { fs::create_directories(m_path); }
-    ~TempDir() { fs::remove_all(m_path, m_ec); }
-    std::string File(const std::string& strName) const { return (m_path / strName).string(); }
-};
+using TempDir = QelXMLTempDir;
 
 std::string ReadBytes(const std::string& strPath)
 {
@@ -59,19 +52,6 @@ void ExpectSample(QelMasterXMLInterface& x, const std::string& strForm)
     EXPECT_TRUE(x.ReadData("blob", data, 5));
     EXPECT_EQ(std::string(data, 5), "\x01\x02\x03\x04\x05");
     x.MoveToRootNode();
-}
-
-std::string MakeCompressedBlock(const std::string& strText, uint32_t nStored)
-{
-    uLongf n = compressBound(strText.size());
-    std::string strOut(5 + n, '\0');
-    compress2(reinterpret_cast<Bytef*>(&strOut[5]), &n, reinterpret_cast<const Bytef*>(strText.data()),
-              strText.size(), 9);
-    strOut.resize(5 + n);
-    strOut[0] = 1;
-    for (int i = 0; i < 4; ++i)
-        strOut[1 + i] = static_cast<char>(nStored >> (8 * i));
-    return strOut;
 }
 
 /// Every operation of a cursor without a document gives its failure value.
@@ -190,7 +170,7 @@ TEST(QelMasterXMLInterface, FailedLoadsReportAndLeaveNoDocument)
     std::ofstream(dir.File("empty.xml")) << "";
     const std::string strText = "<root><v>1</v></root>";
     const uint32_t n = static_cast<uint32_t>(strText.size());
-    const std::string strGood = MakeCompressedBlock(strText, n);
+    const std::string strGood = QelXMLCompressedBlock(strText, n);
     std::string strScrambled = strGood;
     for (size_t i = 7; i < strScrambled.size(); ++i)
         strScrambled[i] = static_cast<char>(strScrambled[i] ^ 0x5A);
@@ -208,9 +188,11 @@ TEST(QelMasterXMLInterface, FailedLoadsReportAndLeaveNoDocument)
         {'m', "", kErr + "memory block is empty\n"},
         {'m', std::string("\x01\x10\x00", 3), kErr + "compressed block of 3 bytes is shorter than its header\n"},
         {'m', std::string("\x02\x00\x00\x00\x00", 5), kErr},
-        {'m', MakeCompressedBlock(strText, n - 1), kErr + "stored length 20 does not match"},
-        {'m', MakeCompressedBlock(strText, n + 1), kErr + "stored length 22 does not match"},
-        {'m', MakeCompressedBlock(strText, 0xFFFFFFF0u), kErr + "stored length 4294967280 is impossible"},
+        {'m', QelXMLCompressedBlock(strText, n - 1), kErr + "stored length 20 does not match"},
+        {'m', QelXMLCompressedBlock(strText, n + 1), kErr + "stored length 22 does not match"},
+        {'m', QelXMLCompressedBlock(strText, 0x00FFFFF0u), kErr + "stored length 16777200 is impossible"},
+        {'m', QelXMLCompressedBlock(strText, 0xFFFFFFF0u),
+         kErr + "a document of 4294967280 bytes is larger than the limit of 1073741824 bytes\n"},
         {'m', strGood.substr(0, strGood.size() - 4), kErr + "compressed data does not inflate"},
         {'m', strScrambled, kErr + "compressed data does not inflate"},
         {'m', std::string("\x01\x05\x00\x00\x00hello", 10), kErr + "compressed data does not inflate"},

@@ -1,5 +1,7 @@
 #include "qel/xml/detail/QelXMLInterfaceDef.h"
 
+#include "qel/xml/detail/QelXMLText.h"
+
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
@@ -112,7 +114,7 @@ xmlChar* QelXMLInterfaceDef::TakeChildText(const std::string& strName) const
     xmlNode* pChild = FindChild(strName);
     if (!pChild || !pChild->children)
         return nullptr;
-    return xmlNodeListGetString(m_pDocument, pChild->children, 1);
+    return QelXMLTakeText(m_pDocument, pChild->children);
 }
 
 xmlChar* QelXMLInterfaceDef::TakeAttribute(const std::string& strName) const
@@ -121,7 +123,16 @@ xmlChar* QelXMLInterfaceDef::TakeAttribute(const std::string& strName) const
         return nullptr;
     size_t nColon = strName.rfind(':');
     if (nColon == std::string::npos)
-        return xmlGetProp(m_pCurrentNode, reinterpret_cast<const xmlChar*>(strName.c_str()));
+    {
+        // As xmlGetProp finds it (any namespace, or a default of the DTD), gathered in linear time.
+        xmlAttr* pFound = xmlHasProp(m_pCurrentNode, reinterpret_cast<const xmlChar*>(strName.c_str()));
+        if (!pFound)
+            return nullptr;
+        if (pFound->type == XML_ATTRIBUTE_DECL)
+            return xmlStrdup(reinterpret_cast<xmlAttribute*>(pFound)->defaultValue);
+        xmlChar* pValue = QelXMLTakeText(m_pDocument, pFound->children);
+        return pValue ? pValue : xmlStrdup(reinterpret_cast<const xmlChar*>(""));
+    }
     if (m_pCurrentNode->type != XML_ELEMENT_NODE)
         return nullptr;
     std::string strPrefix = strName.substr(0, nColon);
@@ -131,7 +142,8 @@ xmlChar* QelXMLInterfaceDef::TakeAttribute(const std::string& strName) const
         if (NameIs(pAttr->name, strLocal.c_str()) && PrefixMatches(pAttr->ns, strPrefix))
         {
             // An attribute without children holds the empty value.
-            xmlChar* pValue = xmlNodeListGetString(m_pDocument, pAttr->children, 1);
+            // An attribute without children holds the empty value.
+            xmlChar* pValue = QelXMLTakeText(m_pDocument, pAttr->children);
             return pValue ? pValue : xmlStrdup(reinterpret_cast<const xmlChar*>(""));
         }
     }
