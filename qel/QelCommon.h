@@ -10,6 +10,7 @@
 #include "qel/platform/QelHandles.h"
 #include "qel/platform/QelLogicalFont.h"
 #include "qel/platform/QelMappedFile.h"
+#include "qel/platform/QelMessageQuote.h"
 #include "qel/platform/QelOffscreenContext.h"
 #include "qel/platform/QelRandom.h"
 #include "qel/platform/QelResources.h"

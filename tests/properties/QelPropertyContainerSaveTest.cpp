@@ -65,7 +65,7 @@ TEST(QelPropertyContainerSave, SavedPropertiesReadBackBitForBit)
         a.m_pCount->SetAsInt(-2147483647);
         a.m_pLevel->SetAsFloat(f);
         a.m_pLabel->SetAsString("  two  words & <tags> \"quoted\" ");
-        a.m_pFile->SetAsString("C:\\lamps\\b\xE9t.png");
+        a.m_pFile->SetAsString("C:\\lamps\\b\xC3\xA9t.png");
         a.m_pTint->SetAsColor(QelPackedColor(0xFF8000C0u));
         a.m_pScratch->SetAsFloat(5.0f);
         EXPECT_TRUE(Load(b, Save(a)));
