@@ -1,3 +1,4 @@
+#include "qel/buffers/QelGeometryBuffer.h"
 #include "qel/display/QelPickMesh.h"
 #include "qel/models/QelModel.h"
 #include "qel/models/QelModelFormat.h"
@@ -84,14 +85,18 @@ TEST(QelModelDraw, ShowsMaterialColorsAndTexturesTheRightWayUp)
     QelCapture cap;
     QelModel model;
     ASSERT_TRUE(model.LoadFile(WriteTwoQuads(dir)));
+    const unsigned nBytesBefore = QelGeometryBuffer::VideoMemoryVertexBytes();
     BeginFrame();
     model.Render();
     EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
     ExpectTwoQuads("first frame");
+    const unsigned nBytesUploaded = QelGeometryBuffer::VideoMemoryVertexBytes();
+    EXPECT_GT(nBytesUploaded, nBytesBefore);
     // The second frame draws what the first uploaded.
     BeginFrame();
     model.Render();
     ExpectTwoQuads("second frame");
+    EXPECT_EQ(QelGeometryBuffer::VideoMemoryVertexBytes(), nBytesUploaded);
     EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 
@@ -195,7 +200,9 @@ TEST(QelModelDraw, TwoModelsOfOneFileDrawOnWhenOneIsDeletedOrReloaded)
     BeginFrame();
     pFirst->Render();
     second.Render();
+    const unsigned nBytesBoth = QelGeometryBuffer::VideoMemoryVertexBytes();
     pFirst.reset();
+    EXPECT_LT(QelGeometryBuffer::VideoMemoryVertexBytes(), nBytesBoth) << "the deleted model's buffers are freed";
     BeginFrame();
     second.Render();
     ExpectTwoQuads("after the other model was deleted");
@@ -207,4 +214,20 @@ TEST(QelModelDraw, TwoModelsOfOneFileDrawOnWhenOneIsDeletedOrReloaded)
     ExpectPixel(16, 16, Rgb(204, 204, 204), "the reloaded quad");
     ExpectPixel(48, 50, Rgb(0, 0, 0), "where the old file's texture was");
     EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+}
+
+TEST(QelModelDraw, LinesAndVertexColorsAreDrawnToo)
+{
+    QEL_REQUIRE_GL_SIZED(kSize, kSize);
+    QelModelTempDir dir;
+    QelModel model;
+    ASSERT_TRUE(model.LoadFile(dir.Write("c.obj", "v -0.9 -0.9 0 0 1 0\nv -0.1 -0.9 0 0 1 0\nv -0.9 -0.1 0 0 1 0\n"
+                                                  "v -1 0.51 0\nv 1 0.51 0\nf 1 2 3\nl 4 5\n")));
+    BeginFrame();
+    model.Render();
+    ExpectPixel(10, 10, Rgb(0, 255, 0), "vertex colors");
+    // In a mesh with vertex colors the loader gives the vertices without one white.
+    ExpectPixel(40, 48, Rgb(255, 255, 255), "line");
+    ExpectPixel(40, 40, Rgb(0, 0, 0), "beside the line");
+    EXPECT_FALSE(glIsEnabled(GL_COLOR_MATERIAL));
 }
