@@ -59,10 +59,10 @@ std::string Quad(float x0, float y0, float x1, float y1, float z)
 }
 
 /// A red quad on the left and a textured one on the right (blue texels above green ones).
-std::string WriteTwoQuads(const QelModelTempDir& dir)
+std::string WriteTwoQuads(const QelModelTempDir& dir, const std::string& strMapOptions = "")
 {
     EXPECT_TRUE(qeltest::WriteImage(dir.File("Bands.png"), 8, 8, qeltest::TwoBands(8, 8, 0xFFFF0000u, 0xFF00FF00u)));
-    dir.Write("quads.mtl", "newmtl red\nKd 1 0 0\nnewmtl painted\nKd 1 1 1\nmap_Kd bands.PNG\n");
+    dir.Write("quads.mtl", "newmtl red\nKd 1 0 0\nnewmtl painted\nKd 1 1 1\nmap_Kd " + strMapOptions + "bands.PNG\n");
     return dir.Write("quads.obj", "mtllib quads.mtl\n" + Quad(-0.9f, -0.9f, -0.1f, 0.9f, 0) +
                                       Quad(0.1f, -0.9f, 0.9f, 0.9f, 0) +
                                       "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\n"
@@ -98,6 +98,21 @@ TEST(QelModelDraw, ShowsMaterialColorsAndTexturesTheRightWayUp)
     ExpectTwoQuads("second frame");
     EXPECT_EQ(QelGeometryBuffer::VideoMemoryVertexBytes(), nBytesUploaded);
     EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+}
+
+TEST(QelModelDraw, TextureScaleRepeatsTheImage)
+{
+    QEL_REQUIRE_GL_SIZED(kSize, kSize);
+    QelModelTempDir dir;
+    QelModel model;
+    ASSERT_TRUE(model.LoadFile(WriteTwoQuads(dir, "-s 1 2 1 ")));
+    BeginFrame();
+    model.Render();
+    // Twice the image up the quad: blue, green, blue, green from the top.
+    ExpectPixel(48, 50, Rgb(0, 0, 255), "upper copy, top band");
+    ExpectPixel(48, 40, Rgb(0, 255, 0), "upper copy, bottom band");
+    ExpectPixel(48, 24, Rgb(0, 0, 255), "lower copy, top band");
+    ExpectPixel(48, 14, Rgb(0, 255, 0), "lower copy, bottom band");
 }
 
 TEST(QelModelDraw, MissingTextureIsAWarningAndAnUntexturedMaterial)
