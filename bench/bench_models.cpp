@@ -4,12 +4,20 @@
 // loader is measured in a child process of its own (wait4's maximum resident size). The own format
 // is written from the loaded model and read back for comparison. Times are process CPU times (the
 // best of three), since the machine running this is usually shared.
+//
+// Drawing: a smaller grid of the same kind, loaded into a QelModel and drawn lit frame after frame,
+// beside raw glDrawElements calls on the same vertices and indices in buffer objects of their own
+// (one material set and one draw per mesh, as a host would write it by hand).
 #include "qel/framework/QelSysApp.h"
 #include "qel/models/CZmfLoader.h"
+#include "qel/models/QelModel.h"
 #include "qel/models/QelModelData.h"
 #include "qel/models/QelModelFormat.h"
+#include "qel/platform/QelOffscreenContext.h"
+#include "qel/platform/QelTimer.h"
 #include "tests/support/QelSilentApp.h"
 
+#include <GL/glew.h>
 #include <benchmark/benchmark.h>
 
 #ifdef QEL_BENCH_TINYOBJLOADER
@@ -37,6 +45,8 @@
 namespace
 {
 const int kGrid = 1000;
+const int kDrawGrid = 300;
+const int kFrameSize = 512;
 
 std::string s_strExe;
 std::map<std::string, double> s_mapBestMs;
@@ -59,7 +69,7 @@ long FileSize(const std::string& strPath)
 
 /// A gently waved grid with its normals and texture coordinates; four bands of rows use four
 /// materials. bQuads writes each cell as one quad instead of two triangles.
-void WriteGrid(const std::string& strPath, bool bQuads)
+void WriteGrid(const std::string& strPath, bool bQuads, int kGrid = ::kGrid)
 {
     const int n = kGrid + 1;
     std::string strMtl = strPath.substr(0, strPath.rfind('.')) + ".mtl";
@@ -226,6 +236,153 @@ void BM_OwnFormat(benchmark::State& state, bool bWrite)
     state.counters["file_MB"] = double(FileSize(strZmf)) / 1048576.0;
 }
 
+/// The grid the draw rows show, loaded once.
+QelModel* DrawModel()
+{
+    static QelModel* s_pModel = nullptr;
+    if (!s_pModel)
+    {
+        ::mkdir("bench_models_data", 0755);
+        const std::string strFile = "bench_models_data/draw_grid.obj";
+        if (FileSize(strFile) < 1000)
+            WriteGrid(strFile, false, kDrawGrid);
+        s_pModel = new QelModel;
+        s_pModel->LoadFile(strFile);
+    }
+    return s_pModel;
+}
+
+/// The grid seen from above under one light, cleared to black.
+void BeginLitFrame()
+{
+    glViewport(0, 0, kFrameSize, kFrameSize);
+    glClearColor(0, 0, 0, 1);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glOrtho(-0.1, 3.1, -0.1, 3.1, -10, 10);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_LIGHTING);
+    glEnable(GL_LIGHT0);
+    const GLfloat aLight[] = {0.3f, 0.4f, 1.0f, 0.0f};
+    glLightfv(GL_LIGHT0, GL_POSITION, aLight);
+}
+
+/// The raw peer: each mesh's positions, texture coordinates and normals interleaved in a buffer
+/// object, its triangles in another, drawn with the material's colors set by hand.
+struct RawModel
+{
+    struct Mesh
+    {
+        GLuint nVertices = 0, nIndices = 0;
+        GLsizei nCount = 0;
+        QelModelMaterial cMaterial;
+    };
+    std::vector<Mesh> vMeshes;
+
+    explicit RawModel(const QelModelData& data)
+    {
+        for (const QelModelMesh& m : data.m_vMeshes)
+        {
+            Mesh r;
+            r.cMaterial = m.m_nMaterial >= 0 ? data.m_vMaterials[size_t(m.m_nMaterial)] : QelModelMaterial();
+            std::vector<float> v;
+            for (size_t i = 0; i < m.m_vPositions.size(); ++i)
+                v.insert(v.end(), {m.m_vPositions[i].x, m.m_vPositions[i].y, m.m_vPositions[i].z, m.m_vTexCoords[0][i].x,
+                                   m.m_vTexCoords[0][i].y, m.m_vNormals[i].x, m.m_vNormals[i].y, m.m_vNormals[i].z});
+            glGenBuffers(1, &r.nVertices);
+            glBindBuffer(GL_ARRAY_BUFFER, r.nVertices);
+            glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(v.size() * 4), v.data(), GL_STATIC_DRAW);
+            glGenBuffers(1, &r.nIndices);
+            glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, r.nIndices);
+            glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(m.m_vTriangles.size() * 4), m.m_vTriangles.data(),
+                         GL_STATIC_DRAW);
+            r.nCount = GLsizei(m.m_vTriangles.size());
+            vMeshes.push_back(r);
+        }
+        glBindBuffer(GL_ARRAY_BUFFER, 0);
+        glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+    }
+    ~RawModel()
+    {
+        for (Mesh& r : vMeshes)
+        {
+            glDeleteBuffers(1, &r.nVertices);
+            glDeleteBuffers(1, &r.nIndices);
+        }
+    }
+    void Draw() const
+    {
+        glEnableClientState(GL_VERTEX_ARRAY);
+        glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+        glEnableClientState(GL_NORMAL_ARRAY);
+        for (const Mesh& r : vMeshes)
+        {
+            const QelModelMaterial& c = r.cMaterial;
+            glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, &c.m_vecAmbient.x);
+            glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, &c.m_vecDiffuse.x);
+            glMaterialfv(GL_FRONT_AND_BACK, GL_SPECULAR, &c.m_vecSpecular.x);
+            glMaterialfv(GL_FRONT_AND_BACK, GL_EMISSION, &c.m_vecEmissive.x);
+            glMaterialf(GL_FRONT_AND_BACK, GL_SHININESS, c.m_fShininess);
+            glColor4fv(&c.m_vecDiffuse.x);
+            glBindBuffer(GL_ARRAY_BUFFER, r.nVertices);
+            glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, r.nIndices);
+            glVertexPointer(3, GL_FLOAT, 32, nullptr);
+            glTexCoordPointer(2, GL_FLOAT, 32, reinterpret_cast<const void*>(size_t(12)));
+            glNormalPointer(GL_FLOAT, 32, reinterpret_cast<const void*>(size_t(20)));
+            glDrawElements(GL_TRIANGLES, r.nCount, GL_UNSIGNED_INT, nullptr);
+        }
+        glBindBuffer(GL_ARRAY_BUFFER, 0);
+        glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+        glDisableClientState(GL_VERTEX_ARRAY);
+        glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+        glDisableClientState(GL_NORMAL_ARRAY);
+    }
+};
+
+/// Frames of the model (bRaw: of the raw peer), each cleared, drawn and waited for; the first
+/// frame, which uploads, is drawn before timing.
+void BM_Draw(benchmark::State& state, bool bRaw)
+{
+    if (!QelOffscreenContext::MakeCurrent(kFrameSize, kFrameSize) || !QelOffscreenContext::Resize(kFrameSize, kFrameSize))
+    {
+        state.SkipWithError("no OpenGL context");
+        return;
+    }
+    QelModel* pModel = DrawModel();
+    if (pModel->GetModelData().Empty())
+    {
+        state.SkipWithError("the grid did not load");
+        return;
+    }
+    RawModel raw(pModel->GetModelData());
+    auto fnFrame = [&] {
+        BeginLitFrame();
+        if (bRaw)
+            raw.Draw();
+        else
+            pModel->Render();
+        glFinish();
+    };
+    fnFrame();
+    double fBest = 1e30;
+    for (auto _ : state)
+    {
+        double t0 = QelGetHighResTime();
+        fnFrame();
+        fBest = std::min(fBest, (QelGetHighResTime() - t0) * 1000.0);
+    }
+    s_mapBestMs[bRaw ? "draw raw" : "draw qel"] = fBest;
+    state.counters["triangles"] = double(pModel->GetModelData().NumTriangles());
+    // The two ways draw the same picture.
+    const std::vector<unsigned char> vFrame = QelOffscreenContext::ReadFrame();
+    bRaw = !bRaw;
+    fnFrame();
+    state.counters["same_pixels"] = vFrame == QelOffscreenContext::ReadFrame() ? 1.0 : 0.0;
+}
+
 void PrintRatios()
 {
     std::printf("\n%-28s %10s %10s %12s %12s\n", "load", "best cpu ms", "vs tinyobj", "peak MB", "peak/file");
@@ -245,6 +402,9 @@ void PrintRatios()
                     s_mapBestMs["own format write"], s_mapBestMs["own format read"],
                     s_mapBestMs["qel triangles"] / s_mapBestMs["own format read"],
                     s_mapBestMs["qel triangles"] / (s_mapBestMs["own format write"] + s_mapBestMs["own format read"]));
+    if (s_mapBestMs.count("draw qel") && s_mapBestMs.count("draw raw"))
+        std::printf("draw per frame (best wall ms): model %.2f, raw glDrawElements %.2f, ratio %.2f\n",
+                    s_mapBestMs["draw qel"], s_mapBestMs["draw raw"], s_mapBestMs["draw qel"] / s_mapBestMs["draw raw"]);
 }
 } // namespace
 
@@ -280,6 +440,8 @@ int main(int argc, char** argv)
                 ->Iterations(3);
     benchmark::RegisterBenchmark("OwnFormat/write", BM_OwnFormat, true)->Unit(benchmark::kMillisecond)->Iterations(3);
     benchmark::RegisterBenchmark("OwnFormat/read", BM_OwnFormat, false)->Unit(benchmark::kMillisecond)->Iterations(3);
+    benchmark::RegisterBenchmark("Draw/qel", BM_Draw, false)->Unit(benchmark::kMillisecond)->MinTime(1.0);
+    benchmark::RegisterBenchmark("Draw/raw", BM_Draw, true)->Unit(benchmark::kMillisecond)->MinTime(1.0);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     PrintRatios();

@@ -2,6 +2,8 @@
 
 #include "qel/framework/QelSysApp.h"
 #include "qel/models/QelModelFormat.h"
+#include "qel/models/detail/QelModelDrawDef.h"
+#include "qel/models/detail/QelModelPickDef.h"
 #include "qel/properties/QelProperty.h"
 #include "qel/xml/QelXMLInterface.h"
 
@@ -35,6 +37,8 @@ bool QelModel::LoadFile(const std::string& strFile)
 bool QelModel::LoadNamedFile(const std::string& strFile)
 {
     m_strLoaded = strFile;
+    m_pDraw.reset();
+    m_pPick.reset();
     m_cData.Clear();
     SetExtents(QelBox3());
     if (strFile.empty())
@@ -52,6 +56,24 @@ bool QelModel::LoadNamedFile(const std::string& strFile)
     }
     SetExtents(m_cData.m_cBounds);
     return true;
+}
+
+void QelModel::Draw()
+{
+    if (m_cData.Empty())
+        return;
+    if (!m_pDraw)
+        m_pDraw.reset(new QelModelDrawDef(m_cData, m_strLoaded));
+    m_pDraw->Draw();
+}
+
+QelPickMesh* QelModel::GetPickMesh()
+{
+    if (m_cData.Empty())
+        return nullptr;
+    if (!m_pPick)
+        m_pPick.reset(new QelModelPickDef(m_cData));
+    return &m_pPick->Mesh();
 }
 
 void QelModel::Calculate()

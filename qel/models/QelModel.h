@@ -4,8 +4,11 @@
 #include "qel/models/QelModelData.h"
 #include "qel/platform/QelExport.h"
 
+#include <memory>
 #include <string>
 
+class QelModelDrawDef;
+class QelModelPickDef;
 class QelProperty;
 class QelXMLInterface;
 
@@ -13,6 +16,10 @@ class QelXMLInterface;
 /// the loader registered for the file's extension, keeps its own copy of the model data (two models of
 /// one file share nothing), and takes its extents and cull radius from the model's bounds. The file
 /// name is saved with the object and the file is loaded again when the object is loaded.
+///
+/// Drawing uploads the meshes into geometry buffers and loads the materials' textures at the first
+/// draw, in the OpenGL context current then; the model must be deleted (or reloaded) while that
+/// context exists.
 class QEL_EXPORT QelModel : public QelDisplayObject
 {
 public:
@@ -31,6 +38,13 @@ public:
     /// The file dialog's filter: the common formats, then each registered type, then all files.
     static std::string GetFilenameFilters();
 
+    /// Draws the meshes material by material, opaque materials first and translucent ones after
+    /// (blended, without depth writes), each group in ascending render layer, every mesh under its
+    /// nodes' matrices. The OpenGL state it changes is restored.
+    void Draw() override;
+    /// The model's triangles under their nodes' matrices; null while nothing is loaded.
+    QelPickMesh* GetPickMesh() override;
+
     /// Loads again when the "Filename" property was edited to another file.
     void Calculate() override;
     /// Writes the icon position and "Filename" (relative to the document when the host converts paths).
@@ -46,4 +60,7 @@ private:
     QelProperty* m_pFilename = nullptr;
     std::string m_strLoaded;
     QelModelData m_cData;
+    /// Made at the first draw and at the first pick, dropped with the data they were made from.
+    std::unique_ptr<QelModelDrawDef> m_pDraw;
+    std::unique_ptr<QelModelPickDef> m_pPick;
 };

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <unordered_map>
 
 namespace
@@ -218,30 +219,32 @@ QelMatrix4 QelModelData::WorldMatrix(int nNode) const
     return mat;
 }
 
-void QelModelData::ComputeBounds()
+void QelModelData::ForEachPlacement(const std::function<void(size_t nMesh, const QelMatrix4* pWorld)>& fnVisit) const
 {
-    m_cBounds.Initialize();
     std::vector<uint8_t> vPlaced(m_vMeshes.size(), 0);
     for (size_t n = 0; n < m_vNodes.size(); ++n)
     {
-        QelMatrix4 mat = WorldMatrix(int(n));
+        const QelMatrix4 mat = WorldMatrix(int(n));
         for (int nMesh : m_vNodes[n].m_vMeshes)
-        {
-            if (nMesh < 0 || size_t(nMesh) >= m_vMeshes.size())
-                continue;
-            vPlaced[size_t(nMesh)] = 1;
-            QelBox3 b = m_vMeshes[size_t(nMesh)].ComputeBounds();
-            if (b.IsValid())
-                m_cBounds += b * mat;
-        }
+            if (nMesh >= 0 && size_t(nMesh) < m_vMeshes.size())
+            {
+                vPlaced[size_t(nMesh)] = 1;
+                fnVisit(size_t(nMesh), &mat);
+            }
     }
     for (size_t i = 0; i < m_vMeshes.size(); ++i)
         if (!vPlaced[i])
-        {
-            QelBox3 b = m_vMeshes[i].ComputeBounds();
-            if (b.IsValid())
-                m_cBounds += b;
-        }
+            fnVisit(i, nullptr);
+}
+
+void QelModelData::ComputeBounds()
+{
+    m_cBounds.Initialize();
+    ForEachPlacement([this](size_t nMesh, const QelMatrix4* pWorld) {
+        QelBox3 b = m_vMeshes[nMesh].ComputeBounds();
+        if (b.IsValid())
+            m_cBounds += pWorld ? b * *pWorld : b;
+    });
 }
 
 void QelModelData::ComputeMissingNormals(float fCreaseDegrees)

@@ -7,6 +7,7 @@
 #include "qel/models/QelModelNode.h"
 #include "qel/platform/QelExport.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,9 @@ public:
 
     /// The world matrix of a node: the local matrices from its root down.
     QelMatrix4 WorldMatrix(int nNode) const;
+    /// Calls fnVisit for every mesh each node places, with the node's world matrix, then once with
+    /// null for every mesh no node names (such meshes are drawn and counted where they are).
+    void ForEachPlacement(const std::function<void(size_t nMesh, const QelMatrix4* pWorld)>& fnVisit) const;
     /// Sets m_cBounds from every mesh as its nodes place it (meshes no node names count untransformed).
     void ComputeBounds();
     /// Gives normals to the meshes that have none, for triangles only: corners whose faces meet at

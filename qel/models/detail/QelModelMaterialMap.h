@@ -1,0 +1,13 @@
+#pragma once
+
+#include "qel/materials/QelMaterial.h"
+#include "qel/models/QelModelMaterial.h"
+
+#include <string>
+
+/// The drawable form of a model material: its colors (the diffuse alpha carrying the opacity), its
+/// shininess, render layer 1 when translucent (0 otherwise), and its diffuse map as a modulating
+/// texture layer loaded through the texture cache. The map's file is looked for as given and then
+/// relative to the model file, whatever the case of its name. A map that cannot be found or read is
+/// left out with a warning, so the material is drawn untextured. Needs the OpenGL context.
+QelMaterial QelMapModelMaterial(const QelModelMaterial& cModel, const std::string& strModelFile);
