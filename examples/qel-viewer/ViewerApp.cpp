@@ -2,7 +2,7 @@
 
 #include "ViewerDocument.h"
 #include "ViewerScene.h"
-#include "ViewerShape.h"
+#include "ViewerTypes.h"
 
 #include "qel/display/QelDisplayObject.h"
 #include "qel/display/QelDisplaySystem.h"
@@ -109,10 +109,7 @@ std::vector<QelSandboxIcon*> ViewerApp::FindObject(const std::string& strName)
 
 QelPlugin* ViewerApp::InstantiateNewPlugin(const std::string& strPluginName, GUID* pGuid)
 {
-    // Model types join here when the library's model registry lands.
-    QelPlugin* pPlugin = nullptr;
-    if (strPluginName == ViewerShape::kTypeName)
-        pPlugin = new ViewerShape();
+    QelPlugin* pPlugin = ViewerTypes::Create(strPluginName);
     if (pPlugin && pGuid)
         pPlugin->SetGuid(*pGuid);
     return pPlugin;

@@ -50,7 +50,7 @@ public:
     // Objects
     QelSandboxIcon* FindObject(GUID* pGuid) override;
     std::vector<QelSandboxIcon*> FindObject(const std::string& strName) override;
-    /// Creates a scene object of a registered type ("Viewer Shape"), or null for an unknown type.
+    /// Creates a scene object of a type ViewerTypes knows ("Viewer Shape", "Model", ...), or null for an unknown type.
     QelPlugin* InstantiateNewPlugin(const std::string& strPluginName, GUID* pGuid) override;
     std::vector<QelDisplayObject*>* GetDisplayObjects() override;
     int GetNumSelectedObjects() override;

@@ -3,6 +3,7 @@
 #include "ViewerApp.h"
 #include "ViewerPropertyValues.h"
 #include "ViewerScene.h"
+#include "ViewerTypes.h"
 #include "ViewerView.h"
 
 #include "qel/display/QelDisplayObject.h"
@@ -265,7 +266,7 @@ bool Save(const std::string& strPath, bool bCompress, ViewerScene& cScene, Viewe
     for (QelDisplayObject* pObject : cScene.Objects())
     {
         cXml.AddAndMoveToChildNode("Object");
-        cXml.WriteStringAttribute("type", pObject->GetType());
+        cXml.WriteStringAttribute("type", ViewerTypes::TypeName(*pObject));
         cXml.WriteStringAttribute("name", pObject->GetName());
         cXml.WriteStringAttribute("guid", QelGuidToString(pObject->GetGuid()));
         pObject->Save(&cXml);

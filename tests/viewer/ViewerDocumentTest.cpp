@@ -150,23 +150,29 @@ TEST_F(ViewerDocumentTest, PropertiesTheObjectLacksAreSkippedWithAWarning)
 
 TEST_F(ViewerDocumentTest, FilesThatCannotBeOpenedLeaveTheSceneAlone)
 {
+    // The loader's own message comes first, then the viewer's.
     std::string strModel = Path("teapot.obj");
     std::ofstream(strModel) << "v 0 0 0\n";
+    std::string strUnknown = Path("teapot.xyz");
+    std::ofstream(strUnknown) << "v 0 0 0\n";
     struct SRow
     {
         std::string m_strPath;
-        std::string m_strError;
+        std::vector<std::string> m_vErrors;
     };
     const SRow kRows[] = {
-        {Path("missing.qvs"), "Cannot open " + Path("missing.qvs") + ": no such file or no permission to read it"},
-        {strModel, "Cannot open " + strModel + ": no loader is registered for its type"},
+        {Path("missing.qvs"), {"Cannot open " + Path("missing.qvs") + ": no such file or no permission to read it"}},
+        {strModel, {"CObjLoader - [" + strModel + "] holds no faces, lines or points",
+                    "Model " + strModel + " was not opened"}},
+        {strUnknown, {"QelModel - No loader found for file [" + strUnknown + "]",
+                      "Model " + strUnknown + " was not opened"}},
     };
     for (const SRow& cRow : kRows)
     {
         SCOPED_TRACE(cRow.m_strPath);
         ViewerLogCapture cLog;
         EXPECT_FALSE(m_cSession.OpenFile(cRow.m_strPath));
-        EXPECT_EQ(cLog.Errors(), std::vector<std::string>{cRow.m_strError});
+        EXPECT_EQ(cLog.Errors(), cRow.m_vErrors);
         EXPECT_EQ(m_cSession.Scene().Objects().size(), 1u);
     }
 }
