@@ -11,6 +11,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 namespace
 {
@@ -171,6 +172,31 @@ void ViewerApp::ClearUndo()
 {
     m_vUndo.clear();
     m_vRedo.clear();
+}
+
+void ViewerApp::SetDocumentPath(const std::string& strPath)
+{
+    std::error_code cError;
+    m_strDocumentFolder = strPath.empty() ? std::string()
+                                          : std::filesystem::absolute(strPath, cError).parent_path().string();
+    if (cError)
+        m_strDocumentFolder.clear();
+}
+
+std::string ViewerApp::ConvertPathToRelative(const std::string& strPath)
+{
+    std::filesystem::path cPath(strPath);
+    if (m_strDocumentFolder.empty() || !cPath.is_absolute())
+        return std::string();
+    return cPath.lexically_normal().lexically_relative(m_strDocumentFolder).string();
+}
+
+std::string ViewerApp::ConvertPathToAbsolute(const std::string& strPath)
+{
+    std::filesystem::path cPath(strPath);
+    if (m_strDocumentFolder.empty() || strPath.empty() || cPath.is_absolute())
+        return std::string();
+    return (std::filesystem::path(m_strDocumentFolder) / cPath).lexically_normal().string();
 }
 
 double ViewerApp::GetTime() const { return QelGetHighResTime(); }

@@ -7,6 +7,7 @@
 #include "ViewerView.h"
 
 #include "qel/display/QelDisplayObject.h"
+#include "qel/models/QelModel.h"
 #include "qel/properties/QelProperty.h"
 #include "qel/properties/QelVariant.h"
 #include "qel/xml/QelMasterXMLInterface.h"
@@ -59,13 +60,21 @@ bool IsSaved(QelPropertyContainer& cContainer, QelProperty& cProperty)
            cProperty.GetName().rfind("Reserved:", 0) != 0;
 }
 
-void WriteProperties(QelXMLInterface& cXml, QelPropertyContainer& cContainer)
+/// A model writes its file name itself, relative to the document, so that a folder of a scene and
+/// its models can move; the absolute name as a property would undo that on opening.
+bool IsModelFile(QelPropertyContainer& cContainer, QelProperty& cProperty)
+{
+    return dynamic_cast<QelModel*>(&cContainer) && cProperty.GetDataType() == eDataFilename &&
+           cProperty.GetName() == "Filename";
+}
+
+void WriteProperties(QelXMLInterface& cXml, QelPropertyContainer& cContainer, bool bDocument)
 {
     std::vector<QelProperty*> vProperties;
     cContainer.GetProperties(vProperties, false);
     for (QelProperty* pProperty : vProperties)
     {
-        if (!IsSaved(cContainer, *pProperty))
+        if (!IsSaved(cContainer, *pProperty) || (bDocument && IsModelFile(cContainer, *pProperty)))
             continue;
         cXml.AddAndMoveToChildNode("Property");
         cXml.WriteStringAttribute("name", pProperty->GetName());
@@ -256,12 +265,15 @@ bool Save(const std::string& strPath, bool bCompress, ViewerScene& cScene, Viewe
 {
     auto* pApp = dynamic_cast<ViewerApp*>(&QelSysApp::App());
     if (pApp)
+    {
         pApp->SetSaving(true);
+        pApp->SetDocumentPath(strPath);
+    }
     QelMasterXMLInterface cXml;
     cXml.NewData(kRootName, " qel-viewer scene ");
     cXml.WriteIntAttribute("version", kVersion);
     cXml.AddAndMoveToChildNode("View");
-    WriteProperties(cXml, cView);
+    WriteProperties(cXml, cView, true);
     cXml.MoveToParent();
     for (QelDisplayObject* pObject : cScene.Objects())
     {
@@ -270,12 +282,15 @@ bool Save(const std::string& strPath, bool bCompress, ViewerScene& cScene, Viewe
         cXml.WriteStringAttribute("name", pObject->GetName());
         cXml.WriteStringAttribute("guid", QelGuidToString(pObject->GetGuid()));
         pObject->Save(&cXml);
-        WriteProperties(cXml, *pObject);
+        WriteProperties(cXml, *pObject, true);
         cXml.MoveToParent();
     }
     bool bOk = cXml.SaveDataToFile(strPath, bCompress);
     if (pApp)
+    {
         pApp->SetSaving(false);
+        pApp->SetDocumentPath("");
+    }
     if (!bOk)
         QelSysApp::App().PrintToConsole("<error> Could not write scene %s\n", strPath.c_str());
     return bOk;
@@ -290,7 +305,14 @@ bool Open(const std::string& strPath, ViewerScene& cScene, ViewerView& cView)
                                         "kept\n", strPath.c_str());
         return false;
     }
-    return OpenLoaded(cXml, strPath, cScene, cView);
+    // File names in the document are relative to its folder while it is read.
+    auto* pApp = dynamic_cast<ViewerApp*>(&QelSysApp::App());
+    if (pApp)
+        pApp->SetDocumentPath(strPath);
+    bool bOk = OpenLoaded(cXml, strPath, cScene, cView);
+    if (pApp)
+        pApp->SetDocumentPath("");
+    return bOk;
 }
 
 bool OpenFromString(const std::string& strText, const std::string& strLabel, ViewerScene& cScene, ViewerView& cView)
@@ -309,7 +331,7 @@ std::string SaveState(QelPropertyContainer& cContainer)
 {
     QelMasterXMLInterface cXml;
     cXml.NewData("State", "");
-    WriteProperties(cXml, cContainer);
+    WriteProperties(cXml, cContainer, false);
     return cXml.SaveDataToString();
 }
 
