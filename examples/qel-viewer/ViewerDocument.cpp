@@ -12,6 +12,7 @@
 #include "qel/properties/QelVariant.h"
 #include "qel/xml/QelMasterXMLInterface.h"
 
+#include <filesystem>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -166,6 +167,21 @@ struct SLoadedObject
     std::vector<SStagedProperty> m_vStaged;
 };
 
+/// A model loads its file as it is read. A missing file only leaves the model empty, but a device,
+/// a pipe or a folder could block or flood the loader, so a document naming one is refused.
+bool CheckModelFile(QelXMLInterface& cXml, SCheck& cCheck)
+{
+    std::string strFile = cXml.ReadString("Filename", "");
+    if (strFile.empty())
+        return true;
+    std::string strAbsolute = QelSysApp::App().ConvertPathToAbsolute(strFile);
+    std::error_code cError;
+    std::filesystem::file_status cStatus = std::filesystem::status(strAbsolute.empty() ? strFile : strAbsolute, cError);
+    if (!std::filesystem::exists(cStatus) || std::filesystem::is_regular_file(cStatus))
+        return true;
+    return cCheck.Fail("its model file " + strFile + " is not a regular file");
+}
+
 /// Makes the object the current "Object" node describes and stages its properties.
 bool ReadObject(QelMasterXMLInterface& cXml, ViewerScene& cInto, std::vector<SLoadedObject>& vOut, SCheck& cCheck)
 {
@@ -181,6 +197,11 @@ bool ReadObject(QelMasterXMLInterface& cXml, ViewerScene& cInto, std::vector<SLo
     {
         delete pPlugin;
         return cCheck.Fail("it holds an object of type \"" + strType + "\", which this viewer cannot make");
+    }
+    if (dynamic_cast<QelModel*>(pObject) && !CheckModelFile(cXml, cCheck))
+    {
+        delete pObject;
+        return false;
     }
     // In the scene at once, so that whatever happens next it is freed with the scene.
     if (!strName.empty())

@@ -228,6 +228,21 @@ TEST_F(ViewerDocumentTest, ModelsOpenSideBySideAndReopenFromTheScenesFolder)
     EXPECT_NE(cLog.Errors()[0].find(strSecond + "/other.obj"), std::string::npos) << cLog.Errors()[0];
     ASSERT_NE(m_cSession.Scene().FindByName("other"), nullptr);
     EXPECT_FALSE(m_cSession.Scene().FindByName("other")->GetExtents().IsValid());
+
+    // A model "file" that is a device or a folder is never handed to a loader.
+    for (const char* pFile : {"/dev/zero", "/tmp"})
+    {
+        SCOPED_TRACE(pFile);
+        ViewerLogCapture cRefused;
+        EXPECT_FALSE(ViewerDocument::OpenFromString(
+            std::string("<QelViewerScene version=\"1\"><Object type=\"Model\" name=\"M\"><Filename>") + pFile +
+                "</Filename></Object></QelViewerScene>",
+            "dev", m_cSession.Scene(), m_cSession.View()));
+        EXPECT_EQ(cRefused.Errors(), std::vector<std::string>{std::string("Scene dev is refused: its model file ") +
+                                                              pFile + " is not a regular file; the current scene "
+                                                                      "is kept"});
+    }
+    EXPECT_EQ(m_cSession.Scene().Objects().size(), 4u);
 }
 
 TEST_F(ViewerDocumentTest, LightsGridsAndClipPlanesAreSavedWithTheirProperties)
