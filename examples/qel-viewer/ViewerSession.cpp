@@ -12,6 +12,7 @@
 #include <GL/glew.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 
 ViewerSession::ViewerSession(ViewerApp& cApp) : m_cApp(cApp), m_cView(&m_cScene)
@@ -49,8 +50,11 @@ bool ViewerSession::OpenFile(const std::string& strPath)
 QelModel* ViewerSession::OpenModel(const std::string& strPath)
 {
     // The model's loader reports what went wrong; the viewer only adds that it goes on without it.
+    // An absolute name, so that a scene saved elsewhere than the working folder still finds it.
+    std::error_code cError;
+    std::string strAbsolute = std::filesystem::absolute(strPath, cError).lexically_normal().string();
     auto* pModel = new QelModel();
-    if (!pModel->LoadFile(strPath))
+    if (!pModel->LoadFile(cError ? strPath : strAbsolute))
     {
         delete pModel;
         m_cApp.PrintToConsole("<error> Model %s was not opened\n", strPath.c_str());

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -243,6 +244,20 @@ TEST_F(ViewerDocumentTest, ModelsOpenSideBySideAndReopenFromTheScenesFolder)
                                                                       "is kept"});
     }
     EXPECT_EQ(m_cSession.Scene().Objects().size(), 4u);
+
+    // A model opened by a relative name is found again from a scene saved in another folder.
+    std::filesystem::path cWorking = std::filesystem::current_path();
+    std::filesystem::current_path(strFirst);
+    QelModel* pRelative = m_cSession.OpenModel("tri.obj");
+    std::filesystem::current_path(cWorking);
+    ASSERT_NE(pRelative, nullptr);
+    std::string strName = pRelative->GetName();
+    ASSERT_TRUE(m_cSession.SaveScene(Path("elsewhere.qvs")));
+    ASSERT_TRUE(m_cSession.OpenFile(Path("elsewhere.qvs")));
+    pRelative = dynamic_cast<QelModel*>(m_cSession.Scene().FindByName(strName));
+    ASSERT_NE(pRelative, nullptr);
+    EXPECT_EQ(pRelative->GetFilename(), strFirst + "/tri.obj");
+    EXPECT_TRUE(pRelative->GetExtents().IsValid());
 }
 
 TEST_F(ViewerDocumentTest, LightsGridsAndClipPlanesAreSavedWithTheirProperties)
