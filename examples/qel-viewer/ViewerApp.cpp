@@ -2,7 +2,7 @@
 
 #include "ViewerDocument.h"
 #include "ViewerScene.h"
-#include "ViewerShape.h"
+#include "ViewerTypes.h"
 
 #include "qel/display/QelDisplayObject.h"
 #include "qel/display/QelDisplaySystem.h"
@@ -11,6 +11,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 namespace
 {
@@ -109,10 +110,7 @@ std::vector<QelSandboxIcon*> ViewerApp::FindObject(const std::string& strName)
 
 QelPlugin* ViewerApp::InstantiateNewPlugin(const std::string& strPluginName, GUID* pGuid)
 {
-    // Model types join here when the library's model registry lands.
-    QelPlugin* pPlugin = nullptr;
-    if (strPluginName == ViewerShape::kTypeName)
-        pPlugin = new ViewerShape();
+    QelPlugin* pPlugin = ViewerTypes::Create(strPluginName);
     if (pPlugin && pGuid)
         pPlugin->SetGuid(*pGuid);
     return pPlugin;
@@ -174,6 +172,31 @@ void ViewerApp::ClearUndo()
 {
     m_vUndo.clear();
     m_vRedo.clear();
+}
+
+void ViewerApp::SetDocumentPath(const std::string& strPath)
+{
+    std::error_code cError;
+    m_strDocumentFolder = strPath.empty() ? std::string()
+                                          : std::filesystem::absolute(strPath, cError).parent_path().string();
+    if (cError)
+        m_strDocumentFolder.clear();
+}
+
+std::string ViewerApp::ConvertPathToRelative(const std::string& strPath)
+{
+    std::filesystem::path cPath(strPath);
+    if (m_strDocumentFolder.empty() || !cPath.is_absolute())
+        return std::string();
+    return cPath.lexically_normal().lexically_relative(m_strDocumentFolder).string();
+}
+
+std::string ViewerApp::ConvertPathToAbsolute(const std::string& strPath)
+{
+    std::filesystem::path cPath(strPath);
+    if (m_strDocumentFolder.empty() || strPath.empty() || cPath.is_absolute())
+        return std::string();
+    return (std::filesystem::path(m_strDocumentFolder) / cPath).lexically_normal().string();
 }
 
 double ViewerApp::GetTime() const { return QelGetHighResTime(); }

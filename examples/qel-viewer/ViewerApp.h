@@ -50,10 +50,20 @@ public:
     // Objects
     QelSandboxIcon* FindObject(GUID* pGuid) override;
     std::vector<QelSandboxIcon*> FindObject(const std::string& strName) override;
-    /// Creates a scene object of a registered type ("Viewer Shape"), or null for an unknown type.
+    /// Creates a scene object of a type ViewerTypes knows ("Viewer Shape", "Model", ...), or null for an unknown type.
     QelPlugin* InstantiateNewPlugin(const std::string& strPluginName, GUID* pGuid) override;
     std::vector<QelDisplayObject*>* GetDisplayObjects() override;
     int GetNumSelectedObjects() override;
+
+    // Paths
+    /// The document being saved or opened, whose folder file names are relative to; empty when none.
+    void SetDocumentPath(const std::string& strPath);
+    /// The path relative to the document's folder; empty (the caller keeps the path) without a
+    /// document or for a path that is relative already.
+    std::string ConvertPathToRelative(const std::string& strPath) override;
+    /// A relative path joined to the document's folder; empty without a document or for an
+    /// absolute path.
+    std::string ConvertPathToAbsolute(const std::string& strPath) override;
 
     // Document state
     bool IsLoading() const override { return m_bLoading; }
@@ -98,6 +108,7 @@ private:
     static constexpr size_t kMaxUndoSteps = 200;
 
     bool m_bEcho;
+    std::string m_strDocumentFolder;
     mutable std::deque<SLogLine> m_vLog;
     ViewerScene* m_pScene = nullptr;
     QelDisplaySystem* m_pView = nullptr;

@@ -3,13 +3,16 @@
 #include "ViewerApp.h"
 #include "ViewerPropertyValues.h"
 #include "ViewerScene.h"
+#include "ViewerTypes.h"
 #include "ViewerView.h"
 
 #include "qel/display/QelDisplayObject.h"
+#include "qel/models/QelModel.h"
 #include "qel/properties/QelProperty.h"
 #include "qel/properties/QelVariant.h"
 #include "qel/xml/QelMasterXMLInterface.h"
 
+#include <filesystem>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -58,13 +61,21 @@ bool IsSaved(QelPropertyContainer& cContainer, QelProperty& cProperty)
            cProperty.GetName().rfind("Reserved:", 0) != 0;
 }
 
-void WriteProperties(QelXMLInterface& cXml, QelPropertyContainer& cContainer)
+/// A model writes its file name itself, relative to the document, so that a folder of a scene and
+/// its models can move; the absolute name as a property would undo that on opening.
+bool IsModelFile(QelPropertyContainer& cContainer, QelProperty& cProperty)
+{
+    return dynamic_cast<QelModel*>(&cContainer) && cProperty.GetDataType() == eDataFilename &&
+           cProperty.GetName() == "Filename";
+}
+
+void WriteProperties(QelXMLInterface& cXml, QelPropertyContainer& cContainer, bool bDocument)
 {
     std::vector<QelProperty*> vProperties;
     cContainer.GetProperties(vProperties, false);
     for (QelProperty* pProperty : vProperties)
     {
-        if (!IsSaved(cContainer, *pProperty))
+        if (!IsSaved(cContainer, *pProperty) || (bDocument && IsModelFile(cContainer, *pProperty)))
             continue;
         cXml.AddAndMoveToChildNode("Property");
         cXml.WriteStringAttribute("name", pProperty->GetName());
@@ -156,6 +167,21 @@ struct SLoadedObject
     std::vector<SStagedProperty> m_vStaged;
 };
 
+/// A model loads its file as it is read. A missing file only leaves the model empty, but a device,
+/// a pipe or a folder could block or flood the loader, so a document naming one is refused.
+bool CheckModelFile(QelXMLInterface& cXml, SCheck& cCheck)
+{
+    std::string strFile = cXml.ReadString("Filename", "");
+    if (strFile.empty())
+        return true;
+    std::string strAbsolute = QelSysApp::App().ConvertPathToAbsolute(strFile);
+    std::error_code cError;
+    std::filesystem::file_status cStatus = std::filesystem::status(strAbsolute.empty() ? strFile : strAbsolute, cError);
+    if (!std::filesystem::exists(cStatus) || std::filesystem::is_regular_file(cStatus))
+        return true;
+    return cCheck.Fail("its model file " + strFile + " is not a regular file");
+}
+
 /// Makes the object the current "Object" node describes and stages its properties.
 bool ReadObject(QelMasterXMLInterface& cXml, ViewerScene& cInto, std::vector<SLoadedObject>& vOut, SCheck& cCheck)
 {
@@ -171,6 +197,11 @@ bool ReadObject(QelMasterXMLInterface& cXml, ViewerScene& cInto, std::vector<SLo
     {
         delete pPlugin;
         return cCheck.Fail("it holds an object of type \"" + strType + "\", which this viewer cannot make");
+    }
+    if (dynamic_cast<QelModel*>(pObject) && !CheckModelFile(cXml, cCheck))
+    {
+        delete pObject;
+        return false;
     }
     // In the scene at once, so that whatever happens next it is freed with the scene.
     if (!strName.empty())
@@ -255,26 +286,32 @@ bool Save(const std::string& strPath, bool bCompress, ViewerScene& cScene, Viewe
 {
     auto* pApp = dynamic_cast<ViewerApp*>(&QelSysApp::App());
     if (pApp)
+    {
         pApp->SetSaving(true);
+        pApp->SetDocumentPath(strPath);
+    }
     QelMasterXMLInterface cXml;
     cXml.NewData(kRootName, " qel-viewer scene ");
     cXml.WriteIntAttribute("version", kVersion);
     cXml.AddAndMoveToChildNode("View");
-    WriteProperties(cXml, cView);
+    WriteProperties(cXml, cView, true);
     cXml.MoveToParent();
     for (QelDisplayObject* pObject : cScene.Objects())
     {
         cXml.AddAndMoveToChildNode("Object");
-        cXml.WriteStringAttribute("type", pObject->GetType());
+        cXml.WriteStringAttribute("type", ViewerTypes::TypeName(*pObject));
         cXml.WriteStringAttribute("name", pObject->GetName());
         cXml.WriteStringAttribute("guid", QelGuidToString(pObject->GetGuid()));
         pObject->Save(&cXml);
-        WriteProperties(cXml, *pObject);
+        WriteProperties(cXml, *pObject, true);
         cXml.MoveToParent();
     }
     bool bOk = cXml.SaveDataToFile(strPath, bCompress);
     if (pApp)
+    {
         pApp->SetSaving(false);
+        pApp->SetDocumentPath("");
+    }
     if (!bOk)
         QelSysApp::App().PrintToConsole("<error> Could not write scene %s\n", strPath.c_str());
     return bOk;
@@ -289,7 +326,14 @@ bool Open(const std::string& strPath, ViewerScene& cScene, ViewerView& cView)
                                         "kept\n", strPath.c_str());
         return false;
     }
-    return OpenLoaded(cXml, strPath, cScene, cView);
+    // File names in the document are relative to its folder while it is read.
+    auto* pApp = dynamic_cast<ViewerApp*>(&QelSysApp::App());
+    if (pApp)
+        pApp->SetDocumentPath(strPath);
+    bool bOk = OpenLoaded(cXml, strPath, cScene, cView);
+    if (pApp)
+        pApp->SetDocumentPath("");
+    return bOk;
 }
 
 bool OpenFromString(const std::string& strText, const std::string& strLabel, ViewerScene& cScene, ViewerView& cView)
@@ -308,7 +352,7 @@ std::string SaveState(QelPropertyContainer& cContainer)
 {
     QelMasterXMLInterface cXml;
     cXml.NewData("State", "");
-    WriteProperties(cXml, cContainer);
+    WriteProperties(cXml, cContainer, false);
     return cXml.SaveDataToString();
 }
 

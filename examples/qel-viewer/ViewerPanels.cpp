@@ -2,11 +2,14 @@
 
 #include "ViewerApp.h"
 #include "ViewerDocument.h"
+#include "ViewerFileFilter.h"
 #include "ViewerLayout.h"
 #include "ViewerPropertyValues.h"
 #include "ViewerSession.h"
+#include "ViewerTypes.h"
 
 #include "qel/display/QelDisplayObject.h"
+#include "qel/models/QelModel.h"
 #include "qel/platform/QelGuid.h"
 #include "qel/properties/QelInterpColorProperty.h"
 #include "qel/properties/QelProperty.h"
@@ -17,7 +20,9 @@
 #include <imgui_stdlib.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cfloat>
+#include <filesystem>
 #include <vector>
 
 namespace
@@ -25,6 +30,7 @@ namespace
 const ImVec4 kErrorColor(1.0f, 0.38f, 0.35f, 1.0f);
 const ImVec4 kWarningColor(1.0f, 0.82f, 0.3f, 1.0f);
 const char* const kSceneFilter = "Scene documents (*.qvs, *.qvs.gz, *.xml)";
+const char* const kSceneFilterString = "Scene Documents (*.qvs;*.qvs.gz;*.xml)|*.qvs;*.qvs.gz;*.xml|";
 
 ImVec4 Unpack(QelPackedColor n)
 {
@@ -53,6 +59,7 @@ void ViewerPanels::Draw(ViewerSession& cSession, int nFrameWidth, int nFrameHeig
 {
     DrawMenu(cSession, bQuit);
     DrawFilePrompt(cSession);
+    DrawOpenDialog(cSession);
 
     int nPanelWidth = std::min(ViewerLayout::kPanelWidth, nFrameWidth);
     int nPanelHeight = std::max(nFrameHeight - ViewerLayout::kMenuHeight, 0);
@@ -69,9 +76,68 @@ void ViewerPanels::Draw(ViewerSession& cSession, int nFrameWidth, int nFrameHeig
     ImGui::End();
 
     DrawLog(cSession, nFrameWidth, nFrameHeight);
+    DrawViewPopup(cSession);
     // Sliders and color pickers record one undo step per drag: the drag ends when no widget is held.
     if (!ImGui::IsAnyItemActive())
         cSession.App().EndContinuousRun();
+}
+
+bool ViewerPanels::DrawMenuItems(const std::vector<QelPopupMenu::SItem>& vItems, unsigned int& nChosen)
+{
+    bool bChosen = false;
+    for (const QelPopupMenu::SItem& cItem : vItems)
+    {
+        ImGui::PushID(&cItem);
+        if (cItem.m_bSeparator)
+            ImGui::Separator();
+        else if (!cItem.m_vSubItems.empty())
+        {
+            if (ImGui::BeginMenu(cItem.m_strLabel.c_str(), cItem.m_bEnabled))
+            {
+                bChosen |= DrawMenuItems(cItem.m_vSubItems, nChosen);
+                ImGui::EndMenu();
+            }
+        }
+        else if (ImGui::MenuItem(cItem.m_strLabel.c_str(), nullptr, cItem.m_bChecked, cItem.m_bEnabled))
+        {
+            nChosen = cItem.m_nCommand;
+            bChosen = true;
+        }
+        ImGui::PopID();
+    }
+    return bChosen;
+}
+
+void ViewerPanels::DrawViewPopup(ViewerSession& cSession)
+{
+    QelPopupMenu cAsked = cSession.View().TakePopupMenu();
+    if (cAsked.GetOwner())
+    {
+        m_cViewPopup = cAsked;
+        ImGui::OpenPopup("ViewPopup");
+    }
+    if (!ImGui::BeginPopup("ViewPopup"))
+        return;
+    // The owner may have gone since the click (deleted, or the scene replaced).
+    auto* pOwner = dynamic_cast<QelDisplayObject*>(m_cViewPopup.GetOwner());
+    std::vector<QelDisplayObject*>& vObjects = cSession.Scene().Objects();
+    if (!pOwner || std::find(vObjects.begin(), vObjects.end(), pOwner) == vObjects.end())
+    {
+        ImGui::CloseCurrentPopup();
+        ImGui::EndPopup();
+        return;
+    }
+    ImGui::TextDisabled("%s", pOwner->GetName().c_str());
+    ImGui::Separator();
+    unsigned int nChosen = 0;
+    if (m_cViewPopup.GetItems().empty())
+        ImGui::TextDisabled("(no commands)");
+    else if (DrawMenuItems(m_cViewPopup.GetItems(), nChosen))
+    {
+        m_cViewPopup.Choose(nChosen);
+        cSession.View().Redraw();
+    }
+    ImGui::EndPopup();
 }
 
 void ViewerPanels::DrawMenu(ViewerSession& cSession, bool& bQuit)
@@ -84,6 +150,8 @@ void ViewerPanels::DrawMenu(ViewerSession& cSession, bool& bQuit)
         if (ImGui::MenuItem("New"))
             cSession.NewScene();
         if (ImGui::MenuItem("Open..."))
+            m_bOpenDialogJustOpened = true;
+        if (ImGui::MenuItem("Open path..."))
             m_ePrompt = ePromptOpen, m_bPromptJustOpened = true;
         if (ImGui::MenuItem("Save", nullptr, false, !cSession.GetCurrentFile().empty()))
             cSession.SaveScene(cSession.GetCurrentFile());
@@ -107,18 +175,25 @@ void ViewerPanels::DrawMenu(ViewerSession& cSession, bool& bQuit)
     }
     if (ImGui::BeginMenu("Add"))
     {
-        if (ImGui::MenuItem("Shape"))
-            cSession.AddShape("Shape");
+        for (const std::string& strKind : ViewerTypes::AddableKinds())
+        {
+            std::string strLabel = strKind;
+            strLabel[0] = char(std::toupper(static_cast<unsigned char>(strLabel[0])));
+            if (ImGui::MenuItem(strLabel.c_str()))
+                cSession.Add(strKind, "");
+        }
         ImGui::EndMenu();
     }
     if (ImGui::BeginMenu("View"))
     {
-        for (int i = 0; i < ViewerCamera::ePresetCount; ++i)
-            if (ImGui::MenuItem(ViewerCamera::PresetName(ViewerCamera::EPreset(i))))
-            {
-                cSession.View().Camera().SetPreset(ViewerCamera::EPreset(i));
-                cSession.View().Redraw();
-            }
+        for (int i = 0; i < ViewerView::kPresetCount; ++i)
+        {
+            std::string strShortcut = std::to_string(i + 1);
+            QelCamera::EViewPreset ePreset;
+            if (ImGui::MenuItem(ViewerView::PresetName(i), strShortcut.c_str()) &&
+                ViewerView::PresetFromName(ViewerView::PresetName(i), ePreset))
+                cSession.View().SetPreset(ePreset);
+        }
         ImGui::Separator();
         if (ImGui::MenuItem("Zoom extents"))
             cSession.View().Zoom(eZoomExtents);
@@ -167,6 +242,93 @@ void ViewerPanels::DrawFilePrompt(ViewerSession& cSession)
     ImGui::EndPopup();
 }
 
+void ViewerPanels::DrawOpenDialog(ViewerSession& cSession)
+{
+    namespace fs = std::filesystem;
+    const char* const kTitle = "Open files";
+    if (m_bOpenDialogJustOpened)
+    {
+        m_bOpenDialogJustOpened = false;
+        // Scene documents first, then the model types the library's registry knows now.
+        m_vFilters = ViewerFileFilter::Parse(kSceneFilterString + QelModel::GetFilenameFilters());
+        m_nFilter = std::min(m_nFilter, m_vFilters.empty() ? 0 : int(m_vFilters.size()) - 1);
+        if (m_strFolder.empty())
+        {
+            std::error_code cError;
+            m_strFolder = fs::current_path(cError).string();
+        }
+        m_vChosen.clear();
+        ImGui::OpenPopup(kTitle);
+    }
+    ImGui::SetNextWindowSize(ImVec2(560.0f, 420.0f), ImGuiCond_Appearing);
+    if (!ImGui::BeginPopupModal(kTitle))
+        return;
+    ImGui::InputText("Folder", &m_strFolder);
+    if (!m_vFilters.empty() &&
+        ImGui::BeginCombo("Type", m_vFilters[size_t(m_nFilter)].m_strLabel.c_str()))
+    {
+        for (size_t i = 0; i < m_vFilters.size(); ++i)
+            if (ImGui::Selectable(m_vFilters[i].m_strLabel.c_str(), int(i) == m_nFilter))
+                m_nFilter = int(i);
+        ImGui::EndCombo();
+    }
+
+    // Folders, then the files the chosen type shows; a click chooses one file, Ctrl adds more.
+    std::vector<fs::path> vFolders, vFiles;
+    std::error_code cError;
+    for (fs::directory_iterator it(m_strFolder, cError), end; !cError && it != end; it.increment(cError))
+    {
+        std::error_code cTypeError;
+        if (it->is_directory(cTypeError))
+            vFolders.push_back(it->path());
+        else if (m_vFilters.empty() ||
+                 ViewerFileFilter::Matches(m_vFilters[size_t(m_nFilter)], it->path().filename().string()))
+            vFiles.push_back(it->path());
+    }
+    std::sort(vFolders.begin(), vFolders.end());
+    std::sort(vFiles.begin(), vFiles.end());
+    bool bOpen = false;
+    ImGui::BeginChild("Files", ImVec2(0.0f, -ImGui::GetFrameHeightWithSpacing() * 2.0f), true);
+    if (ImGui::Selectable("../", false, ImGuiSelectableFlags_AllowDoubleClick) && ImGui::IsMouseDoubleClicked(0))
+        m_strFolder = fs::path(m_strFolder).parent_path().string(), m_vChosen.clear();
+    for (const fs::path& cFolder : vFolders)
+        if (ImGui::Selectable((cFolder.filename().string() + "/").c_str(), false,
+                              ImGuiSelectableFlags_AllowDoubleClick) &&
+            ImGui::IsMouseDoubleClicked(0))
+            m_strFolder = cFolder.string(), m_vChosen.clear();
+    for (const fs::path& cFile : vFiles)
+    {
+        std::string strFile = cFile.string();
+        auto it = std::find(m_vChosen.begin(), m_vChosen.end(), strFile);
+        bool bChosen = it != m_vChosen.end();
+        if (!ImGui::Selectable(cFile.filename().string().c_str(), bChosen, ImGuiSelectableFlags_AllowDoubleClick))
+            continue;
+        if (ImGui::GetIO().KeyCtrl)
+        {
+            if (bChosen)
+                m_vChosen.erase(it);
+            else
+                m_vChosen.push_back(strFile);
+        }
+        else
+            m_vChosen.assign(1, strFile);
+        bOpen |= ImGui::IsMouseDoubleClicked(0);
+    }
+    if (cError)
+        ImGui::TextColored(kErrorColor, "%s", cError.message().c_str());
+    ImGui::EndChild();
+    ImGui::Text("%d chosen", int(m_vChosen.size()));
+    bOpen |= ImGui::Button("Open") && !m_vChosen.empty();
+    ImGui::SameLine();
+    bool bCancel = ImGui::Button("Cancel");
+    if (bOpen)
+        for (const std::string& strFile : m_vChosen)
+            cSession.OpenFile(strFile); // each failure is in the log; the others still open
+    if (bOpen || bCancel)
+        ImGui::CloseCurrentPopup();
+    ImGui::EndPopup();
+}
+
 void ViewerPanels::DrawScenePanel(ViewerSession& cSession, int nHeight)
 {
     ImGui::BeginChild("Objects", ImVec2(0.0f, float(std::max(nHeight, 60))), true);
@@ -178,16 +340,17 @@ void ViewerPanels::DrawScenePanel(ViewerSession& cSession, int nHeight)
         ImGui::PushID(pObject);
         if (ImGui::Selectable(pObject->GetName().c_str(), pObject->IsSelected()))
             cSession.Scene().Select(pObject, ImGui::GetIO().KeyCtrl);
-        // The right-click menu: the object's own commands, then Delete.
+        // The right-click menu: the object's own menu, then Delete.
         if (ImGui::BeginPopupContextItem())
         {
-            for (const std::string& strCommand : pObject->GetCustomCommands())
-                if (ImGui::MenuItem(strCommand.c_str()))
-                {
-                    std::vector<QelVariant> vArguments;
-                    pObject->CustomCommand(strCommand, vArguments);
-                    cSession.View().Redraw();
-                }
+            QelPopupMenu cMenu = QelPopupMenu::Build(*pObject);
+            unsigned int nChosen = 0;
+            if (DrawMenuItems(cMenu.GetItems(), nChosen))
+            {
+                cMenu.Choose(nChosen);
+                cSession.View().Redraw();
+            }
+            ImGui::Separator();
             if (ImGui::MenuItem("Delete"))
                 pDelete = pObject;
             ImGui::EndPopup();

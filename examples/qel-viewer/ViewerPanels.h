@@ -1,8 +1,12 @@
 #pragma once
 
+#include "ViewerFileFilter.h"
 #include "ViewerPropertyEdit.h"
 
+#include "qel/display/QelPopupMenu.h"
+
 #include <map>
+#include <vector>
 #include <string>
 
 class QelProperty;
@@ -29,7 +33,14 @@ private:
     };
 
     void DrawMenu(ViewerSession& cSession, bool& bQuit);
+    /// Draws a popup menu's items as menu items; true with the command when one was chosen.
+    bool DrawMenuItems(const std::vector<QelPopupMenu::SItem>& vItems, unsigned int& nChosen);
+    /// The menu a right click in the view asked for.
+    void DrawViewPopup(ViewerSession& cSession);
     void DrawFilePrompt(ViewerSession& cSession);
+    /// The open dialog: a folder's files through a filter of the library's filter strings, several
+    /// chosen at once.
+    void DrawOpenDialog(ViewerSession& cSession);
     void DrawScenePanel(ViewerSession& cSession, int nHeight);
     void DrawProperties(QelPropertyContainer& cContainer);
     void DrawGroup(QelPropertyContainer& cContainer, const ViewerEdit::SGroup& cGroup, int nDepth);
@@ -51,4 +62,10 @@ private:
     std::string m_strPromptPath;
     std::map<std::string, SPropertyUi> m_mapUi;
     size_t m_nLogLinesSeen = 0;
+    QelPopupMenu m_cViewPopup;
+    bool m_bOpenDialogJustOpened = false;
+    std::string m_strFolder;
+    std::vector<ViewerFileFilter::SFilter> m_vFilters;
+    int m_nFilter = 0;
+    std::vector<std::string> m_vChosen;
 };

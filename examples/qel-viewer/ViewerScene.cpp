@@ -1,6 +1,7 @@
 #include "ViewerScene.h"
 
 #include "qel/display/QelDisplayObject.h"
+#include "qel/display/QelDisplaySystem.h"
 
 #include <algorithm>
 
@@ -24,6 +25,8 @@ bool ViewerScene::Remove(QelDisplayObject* pObject)
     auto it = std::find(m_vObjects.begin(), m_vObjects.end(), pObject);
     if (it == m_vObjects.end())
         return false;
+    if (m_pView)
+        m_pView->RemoveFromSelection(pObject);
     m_vObjects.erase(it);
     pObject->OnDelete();
     delete pObject;
@@ -32,6 +35,8 @@ bool ViewerScene::Remove(QelDisplayObject* pObject)
 
 void ViewerScene::Clear()
 {
+    if (m_pView)
+        m_pView->ClearSelection();
     // Every object lets go of the others first, so that no destructor meets a dangling link.
     for (QelDisplayObject* pObject : m_vObjects)
         pObject->OnDelete();
@@ -40,7 +45,12 @@ void ViewerScene::Clear()
     m_vObjects.clear();
 }
 
-void ViewerScene::Swap(ViewerScene& other) { m_vObjects.swap(other.m_vObjects); }
+void ViewerScene::Swap(ViewerScene& other)
+{
+    ClearSelection();
+    other.ClearSelection();
+    m_vObjects.swap(other.m_vObjects);
+}
 
 QelDisplayObject* ViewerScene::FindByName(const std::string& strName) const
 {
@@ -72,6 +82,14 @@ std::string ViewerScene::UniqueName(const std::string& strBase) const
 
 void ViewerScene::Select(QelDisplayObject* pObject, bool bAdd)
 {
+    if (m_pView)
+    {
+        if (!bAdd)
+            m_pView->SetSelection(pObject ? std::vector<QelDisplayObject*>{pObject} : std::vector<QelDisplayObject*>());
+        else if (pObject)
+            m_pView->AddToSelection(pObject);
+        return;
+    }
     if (!bAdd)
         ClearSelection();
     if (pObject)
@@ -80,6 +98,8 @@ void ViewerScene::Select(QelDisplayObject* pObject, bool bAdd)
 
 void ViewerScene::ClearSelection()
 {
+    if (m_pView)
+        m_pView->ClearSelection();
     for (QelDisplayObject* pObject : m_vObjects)
         pObject->Select(false);
 }

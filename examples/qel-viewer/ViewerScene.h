@@ -7,6 +7,7 @@
 #include <vector>
 
 class QelDisplayObject;
+class QelDisplaySystem;
 
 /// The objects of one open document with their selection. The scene owns its objects; the view
 /// draws them and the panels edit them. Replacing the whole scene (on open) swaps two scenes, so a
@@ -26,7 +27,7 @@ public:
     /// Deletes the object; false when it is not in the scene.
     bool Remove(QelDisplayObject* pObject);
     void Clear();
-    /// Exchanges the whole content with another scene.
+    /// Exchanges the whole content with another scene; the selection is cleared first.
     void Swap(ViewerScene& other);
 
     std::vector<QelDisplayObject*>& Objects() { return m_vObjects; }
@@ -37,6 +38,8 @@ public:
     std::string UniqueName(const std::string& strBase) const;
 
     // Selection
+    /// The view whose selection set is the scene's selection; without one the objects' own flags are.
+    void SetSelectionView(QelDisplaySystem* pView) { m_pView = pView; }
     /// Selects pObject (null clears); bAdd keeps what was selected before.
     void Select(QelDisplayObject* pObject, bool bAdd);
     void ClearSelection();
@@ -50,4 +53,5 @@ public:
 
 private:
     std::vector<QelDisplayObject*> m_vObjects;
+    QelDisplaySystem* m_pView = nullptr;
 };

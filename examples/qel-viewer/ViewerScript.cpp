@@ -6,6 +6,7 @@
 #include "ViewerSession.h"
 
 #include "qel/display/QelDisplayObject.h"
+#include "qel/display/QelPicker.h"
 #include "qel/properties/QelProperty.h"
 #include "qel/properties/QelVariant.h"
 #include "qel/properties/QelPropertyContainer.h"
@@ -63,10 +64,29 @@ const std::map<std::string, SCommand>& Commands()
              c.m_cSession.NewScene();
              return true;
          }}},
-        {"add", {2, 3, "add shape [NAME]", [](SCall& c) {
-             if (c.m_vWords[1] != "shape")
-                 return c.Fail("only shapes can be added");
-             c.m_cSession.AddShape(c.m_vWords.size() > 2 ? c.m_vWords[2] : "Shape");
+        {"add", {2, 3, "add shape|light|grid|\"clip plane\" [NAME]", [](SCall& c) {
+             return c.m_cSession.Add(c.m_vWords[1], c.m_vWords.size() > 2 ? c.m_vWords[2] : "") ||
+                    c.Fail("there is no kind of object \"" + c.m_vWords[1] + "\" to add");
+         }}},
+        {"pick", {3, 4, "pick X Y [toggle]", [](SCall& c) {
+             int x = 0, y = 0;
+             if (!ParseSize(c.m_vWords[1], x) || !ParseSize(c.m_vWords[2], y))
+                 return c.Fail("the position is not two whole numbers from 0");
+             if (c.m_vWords.size() > 3 && c.m_vWords[3] != "toggle")
+                 return c.Fail("usage: pick X Y [toggle]");
+             ViewerView& cView = c.m_cSession.View();
+             QelPicker::ClickSelect(cView, cView.Camera(), x, y, c.m_vWords.size() > 3);
+             return true;
+         }}},
+        {"band", {5, 6, "band X0 Y0 X1 Y1 [add]", [](SCall& c) {
+             int n[4] = {0, 0, 0, 0};
+             for (int i = 0; i < 4; ++i)
+                 if (!ParseSize(c.m_vWords[size_t(i) + 1], n[i]))
+                     return c.Fail("the corners are not four whole numbers from 0");
+             if (c.m_vWords.size() > 5 && c.m_vWords[5] != "add")
+                 return c.Fail("usage: band X0 Y0 X1 Y1 [add]");
+             ViewerView& cView = c.m_cSession.View();
+             QelPicker::RubberBandSelect(cView, cView.Camera(), n[0], n[1], n[2], n[3], c.m_vWords.size() > 5);
              return true;
          }}},
         {"select", {2, 2, "select NAME|none", [](SCall& c) {
@@ -101,16 +121,18 @@ const std::map<std::string, SCommand>& Commands()
              QelDisplayObject* pObject = c.m_cSession.Scene().GetSelection();
              if (!pObject)
                  return c.Fail("no object is selected");
-             std::vector<QelVariant> vArguments;
-             return pObject->CustomCommand(c.m_vWords[1], vArguments) ||
-                    c.Fail(pObject->GetName() + " has no command \"" + c.m_vWords[1] + "\"");
+             // Through the object's popup menu, as a right click offers it.
+             QelPopupMenu cMenu = QelPopupMenu::Build(*pObject);
+             unsigned int nCommand = 0;
+             if (!ViewerScript::FindMenuItem(cMenu.GetItems(), c.m_vWords[1], nCommand))
+                 return c.Fail(pObject->GetName() + " has no command \"" + c.m_vWords[1] + "\"");
+             return cMenu.Choose(nCommand) || c.Fail("the command was refused");
          }}},
         {"view", {2, 2, "view front|back|left|right|top|bottom|iso", [](SCall& c) {
-             ViewerCamera::EPreset ePreset;
-             if (!ViewerCamera::PresetFromName(c.m_vWords[1], ePreset))
+             QelCamera::EViewPreset ePreset;
+             if (!ViewerView::PresetFromName(c.m_vWords[1], ePreset))
                  return c.Fail("there is no view \"" + c.m_vWords[1] + "\"");
-             c.m_cSession.View().Camera().SetPreset(ePreset);
-             c.m_cSession.View().Redraw();
+             c.m_cSession.View().SetPreset(ePreset);
              return true;
          }}},
         {"zoom", {2, 2, "zoom in|out|extents|selected|reset", [](SCall& c) {
@@ -149,6 +171,21 @@ const std::map<std::string, SCommand>& Commands()
 
 namespace ViewerScript
 {
+bool FindMenuItem(const std::vector<QelPopupMenu::SItem>& vItems, const std::string& strLabel, unsigned int& nCommand)
+{
+    for (const QelPopupMenu::SItem& cItem : vItems)
+    {
+        if (!cItem.m_bSeparator && cItem.m_vSubItems.empty() && cItem.m_strLabel == strLabel)
+        {
+            nCommand = cItem.m_nCommand;
+            return true;
+        }
+        if (FindMenuItem(cItem.m_vSubItems, strLabel, nCommand))
+            return true;
+    }
+    return false;
+}
+
 bool Split(const std::string& strLine, std::vector<std::string>& vWords)
 {
     vWords.clear();

@@ -2,14 +2,17 @@
 
 #include "ViewerApp.h"
 #include "ViewerDocument.h"
-#include "ViewerPng.h"
-#include "ViewerShape.h"
+#include "ViewerTypes.h"
 
+#include "qel/display/QelCamera.h"
+#include "qel/materials/QelImage.h"
+#include "qel/models/QelModel.h"
 #include "qel/platform/QelOffscreenContext.h"
 
 #include <GL/glew.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 
 ViewerSession::ViewerSession(ViewerApp& cApp) : m_cApp(cApp), m_cView(&m_cScene)
@@ -41,10 +44,38 @@ bool ViewerSession::OpenFile(const std::string& strPath)
         m_cApp.PrintToConsole("Opened scene %s (%d objects)\n", strPath.c_str(), int(m_cScene.Objects().size()));
         return true;
     }
-    // Model files go through the library's registry of loaders once it lands; until then no
-    // extension but the scene's has a loader.
-    m_cApp.PrintToConsole("<error> Cannot open %s: no loader is registered for its type\n", strPath.c_str());
-    return false;
+    return OpenModel(strPath) != nullptr;
+}
+
+QelModel* ViewerSession::OpenModel(const std::string& strPath)
+{
+    // The model's loader reports what went wrong; the viewer only adds that it goes on without it.
+    // An absolute name, so that a scene saved elsewhere than the working folder still finds it.
+    std::error_code cError;
+    std::string strAbsolute = std::filesystem::absolute(strPath, cError).lexically_normal().string();
+    auto* pModel = new QelModel();
+    if (!pModel->LoadFile(cError ? strPath : strAbsolute))
+    {
+        delete pModel;
+        m_cApp.PrintToConsole("<error> Model %s was not opened\n", strPath.c_str());
+        return nullptr;
+    }
+    pModel->SetName(ModelName(strPath));
+    m_cScene.Add(pModel);
+    m_cScene.Select(pModel, false);
+    m_cView.Zoom(eZoomExtents);
+    m_cApp.PrintToConsole("Opened model %s\n", strPath.c_str());
+    return pModel;
+}
+
+std::string ViewerSession::ModelName(const std::string& strPath)
+{
+    size_t nSlash = strPath.find_last_of("/\\");
+    std::string strName = nSlash == std::string::npos ? strPath : strPath.substr(nSlash + 1);
+    size_t nDot = strName.rfind('.');
+    if (nDot != std::string::npos && nDot > 0)
+        strName.erase(nDot);
+    return strName.empty() ? "Model" : strName;
 }
 
 bool ViewerSession::SaveScene(const std::string& strPath)
@@ -65,14 +96,20 @@ void ViewerSession::NewScene()
     m_cView.Redraw();
 }
 
-QelDisplayObject* ViewerSession::AddShape(const std::string& strName)
+QelDisplayObject* ViewerSession::AddShape(const std::string& strName) { return Add("shape", strName); }
+
+QelDisplayObject* ViewerSession::Add(const std::string& strKind, const std::string& strName)
 {
-    auto* pShape = new ViewerShape();
-    pShape->SetName(strName.empty() ? "Shape" : strName);
-    m_cScene.Add(pShape);
-    m_cScene.Select(pShape, false);
+    QelBox3 cBox = QelCamera::GetSceneExtents(m_cScene.Objects());
+    QelDisplayObject* pObject = ViewerTypes::CreateKind(strKind, cBox.IsValid() ? cBox.Center() : QelVec3());
+    if (!pObject)
+        return nullptr;
+    if (!strName.empty())
+        pObject->SetName(strName);
+    m_cScene.Add(pObject);
+    m_cScene.Select(pObject, false);
     m_cView.Redraw();
-    return pShape;
+    return pObject;
 }
 
 bool ViewerSession::Select(const std::string& strName)
@@ -127,13 +164,21 @@ bool ViewerSession::Screenshot(const std::string& strPath)
 {
     if (!EnsureOffscreen())
         return false;
-    std::vector<unsigned char> vPixels = ViewerPng::ReadPixels(0, 0, m_nOffscreenWidth, m_nOffscreenHeight);
-    if (!ViewerPng::Write(strPath, vPixels.data(), m_nOffscreenWidth, m_nOffscreenHeight))
+    return WriteScreenshot(strPath, m_nOffscreenWidth, m_nOffscreenHeight);
+}
+
+bool ViewerSession::WriteScreenshot(const std::string& strPath, int nWidth, int nHeight)
+{
+    // The library saves the current viewport, so it is made the whole frame first.
+    glFinish();
+    glDisable(GL_SCISSOR_TEST);
+    glViewport(0, 0, nWidth, nHeight);
+    if (!QelImage::TakeScreenshot(strPath))
     {
         m_cApp.PrintToConsole("<error> Could not write screenshot %s\n", strPath.c_str());
         return false;
     }
-    m_cApp.PrintToConsole("Screenshot %s (%dx%d)\n", strPath.c_str(), m_nOffscreenWidth, m_nOffscreenHeight);
+    m_cApp.PrintToConsole("Screenshot %s (%dx%d)\n", strPath.c_str(), nWidth, nHeight);
     return true;
 }
 

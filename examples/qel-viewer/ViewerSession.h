@@ -5,6 +5,7 @@
 
 #include <string>
 
+class QelModel;
 class QelPropertyContainer;
 class ViewerApp;
 
@@ -27,6 +28,12 @@ public:
     /// Opens a scene document (replacing the scene) or, for any other file, a model through the
     /// model registry. A file that fails leaves the scene as it was, with the reason in the log.
     bool OpenFile(const std::string& strPath);
+    /// Adds a model of the file, selected and named after the file, and frames the scene; null
+    /// (nothing added) when no loader reads it. Models of several files, or of one file several
+    /// times, stand side by side.
+    QelModel* OpenModel(const std::string& strPath);
+    /// The object name a model of the file gets: the file's name without folder and extension.
+    static std::string ModelName(const std::string& strPath);
     /// Writes the scene; a name ending in ".gz" is compressed.
     bool SaveScene(const std::string& strPath);
     /// Empties the scene.
@@ -35,6 +42,9 @@ public:
 
     /// Adds one of the viewer's shapes, selected, under a free name based on strName.
     QelDisplayObject* AddShape(const std::string& strName);
+    /// Adds an object of one of ViewerTypes::AddableKinds, selected, under a free name based on
+    /// strName (its kind's own name when empty); null for another kind.
+    QelDisplayObject* Add(const std::string& strKind, const std::string& strName);
     /// Selects the object of that name alone; false (selection unchanged) when there is none.
     bool Select(const std::string& strName);
     /// What the property panel and scripts edit: the selected object, else the view.
@@ -51,6 +61,9 @@ protected:
     /// Sets the shared viewport record and the view's size from the view's rectangle in the frame
     /// (origin bottom left); sizes below zero count as zero.
     void PlaceView(int x, int y, int nWidth, int nHeight);
+    /// Saves the frame of that size (origin bottom left) through the library's screenshot, with
+    /// the outcome in the log.
+    bool WriteScreenshot(const std::string& strPath, int nWidth, int nHeight);
 
 private:
     bool EnsureOffscreen();

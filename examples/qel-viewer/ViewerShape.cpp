@@ -88,7 +88,7 @@ void ViewerShape::ButtonPressed(QelProperty* pProperty)
 std::string ViewerShape::GetPropertyDescription(const QelProperty* pProperty)
 {
     if (pProperty == m_pColor)
-        return "The color of every face (the face toward +Z at full strength)";
+        return "The color of every face (the face toward -Y, which the front view shows, at full strength)";
     if (pProperty == m_pTint)
         return "A color between a low and a high color, used when \"Use tint\" is on";
     if (pProperty == m_pSize)
@@ -131,18 +131,24 @@ void ViewerShape::Draw()
 void ViewerShape::DrawBox(float h, const float* pColor)
 {
     glBegin(GL_QUADS);
-    FaceColor(pColor, 1.0f); // +Z
+    FaceColor(pColor, 1.0f); // -Y, the face the front view shows
+    glNormal3f(0.0f, -1.0f, 0.0f);
+    glVertex3f(-h, -h, -h); glVertex3f(h, -h, -h); glVertex3f(h, -h, h); glVertex3f(-h, -h, h);
+    FaceColor(pColor, 0.9f); // +Z, the top
+    glNormal3f(0.0f, 0.0f, 1.0f);
     glVertex3f(-h, -h, h); glVertex3f(h, -h, h); glVertex3f(h, h, h); glVertex3f(-h, h, h);
-    FaceColor(pColor, 0.45f); // -Z
-    glVertex3f(-h, -h, -h); glVertex3f(-h, h, -h); glVertex3f(h, h, -h); glVertex3f(h, -h, -h);
     FaceColor(pColor, 0.8f); // +X
+    glNormal3f(1.0f, 0.0f, 0.0f);
     glVertex3f(h, -h, -h); glVertex3f(h, h, -h); glVertex3f(h, h, h); glVertex3f(h, -h, h);
     FaceColor(pColor, 0.6f); // -X
+    glNormal3f(-1.0f, 0.0f, 0.0f);
     glVertex3f(-h, -h, -h); glVertex3f(-h, -h, h); glVertex3f(-h, h, h); glVertex3f(-h, h, -h);
-    FaceColor(pColor, 0.9f); // +Y
+    FaceColor(pColor, 0.5f); // +Y
+    glNormal3f(0.0f, 1.0f, 0.0f);
     glVertex3f(-h, h, -h); glVertex3f(-h, h, h); glVertex3f(h, h, h); glVertex3f(h, h, -h);
-    FaceColor(pColor, 0.5f); // -Y
-    glVertex3f(-h, -h, -h); glVertex3f(h, -h, -h); glVertex3f(h, -h, h); glVertex3f(-h, -h, h);
+    FaceColor(pColor, 0.45f); // -Z
+    glNormal3f(0.0f, 0.0f, -1.0f);
+    glVertex3f(-h, -h, -h); glVertex3f(-h, h, -h); glVertex3f(h, h, -h); glVertex3f(h, -h, -h);
     glEnd();
 }
 
@@ -154,6 +160,10 @@ void ViewerShape::DrawPyramid(float h, const float* pColor)
     for (int i = 0; i < 4; ++i)
     {
         FaceColor(pColor, vFactor[i]);
+        // The side's outward normal: its edge's outward direction tilted up by the slope (1 in 2).
+        const float fNx = vCorner[i][1] == vCorner[i + 1][1] ? 0.0f : (vCorner[i][0] > 0.0f ? 0.894f : -0.894f);
+        const float fNy = vCorner[i][0] == vCorner[i + 1][0] ? 0.0f : (vCorner[i][1] > 0.0f ? 0.894f : -0.894f);
+        glNormal3f(fNx, fNy, 0.447f);
         glVertex3f(vCorner[i][0], vCorner[i][1], -h);
         glVertex3f(vCorner[i + 1][0], vCorner[i + 1][1], -h);
         glVertex3f(0.0f, 0.0f, h);
@@ -161,6 +171,7 @@ void ViewerShape::DrawPyramid(float h, const float* pColor)
     glEnd();
     glBegin(GL_QUADS);
     FaceColor(pColor, 0.45f);
+    glNormal3f(0.0f, 0.0f, -1.0f);
     glVertex3f(-h, -h, -h); glVertex3f(-h, h, -h); glVertex3f(h, h, -h); glVertex3f(h, -h, -h);
     glEnd();
 }
@@ -169,6 +180,7 @@ void ViewerShape::DrawSquare(float h, const float* pColor)
 {
     glBegin(GL_QUADS);
     FaceColor(pColor, 1.0f);
+    glNormal3f(0.0f, 0.0f, 1.0f);
     glVertex3f(-h, -h, 0.0f); glVertex3f(h, -h, 0.0f); glVertex3f(h, h, 0.0f); glVertex3f(-h, h, 0.0f);
     glEnd();
 }

@@ -9,7 +9,7 @@
 class QelInterpColorProperty;
 class QelProperty;
 
-/// The viewer's own scene object until model files can be opened: a box, a pyramid or a flat
+/// The viewer's own scene object beside models: a box, a pyramid or a flat
 /// square in one color, with enough kinds of property (color, interpolated tint, enumeration,
 /// clamped size, text, button) to exercise every editor of the property panel.
 class ViewerShape : public QelDisplayObject
@@ -28,8 +28,8 @@ public:
 
     ViewerShape();
 
-    /// Faces are lit by fixed factors (the face toward +Z at full strength), so the front view
-    /// shows the color exactly.
+    /// Faces are shaded by fixed factors (the face toward -Y at full strength), so the front view
+    /// shows the color exactly while no light is on; each face has its normal for when one is.
     void Draw() override;
 
     /// The color the shape is drawn in: the tint when "Material:Use tint" is on, else "Material:Color".

@@ -2,7 +2,6 @@
 
 #include "ViewerApp.h"
 #include "ViewerLayout.h"
-#include "ViewerPng.h"
 
 #include <GL/glew.h>
 #include <GLFW/glfw3.h>
@@ -178,14 +177,9 @@ void ViewerWindow::RenderFrame(const std::string& strShot, bool& bShotOk)
 
     if (!strShot.empty())
     {
-        glFinish();
+        // The frame is read before the swap, from the buffer just drawn.
         glReadBuffer(GL_BACK);
-        std::vector<unsigned char> vPixels = ViewerPng::ReadPixels(0, 0, nFrameWidth, nFrameHeight);
-        bShotOk = ViewerPng::Write(strShot, vPixels.data(), nFrameWidth, nFrameHeight);
-        if (bShotOk)
-            App().PrintToConsole("Screenshot %s (%dx%d)\n", strShot.c_str(), nFrameWidth, nFrameHeight);
-        else
-            App().PrintToConsole("<error> Could not write screenshot %s\n", strShot.c_str());
+        bShotOk = WriteScreenshot(strShot, nFrameWidth, nFrameHeight);
     }
     glfwSwapBuffers(m_pWindow);
     if (bQuit)
@@ -300,8 +294,12 @@ void ViewerWindow::OnCursor(GLFWwindow* pWindow, double dX, double dY)
     bool bInside = false;
     pSelf->MouseInView(dX, dY, cMouse.m_nX, cMouse.m_nY, bInside);
     cMouse.m_nButtons = pSelf->m_nButtons;
-    cMouse.m_bShift = glfwGetKey(pWindow, GLFW_KEY_LEFT_SHIFT) == GLFW_PRESS ||
-                      glfwGetKey(pWindow, GLFW_KEY_RIGHT_SHIFT) == GLFW_PRESS;
+    auto fnHeld = [pWindow](int nLeft, int nRight) {
+        return glfwGetKey(pWindow, nLeft) == GLFW_PRESS || glfwGetKey(pWindow, nRight) == GLFW_PRESS;
+    };
+    cMouse.m_bShift = fnHeld(GLFW_KEY_LEFT_SHIFT, GLFW_KEY_RIGHT_SHIFT);
+    cMouse.m_bControl = fnHeld(GLFW_KEY_LEFT_CONTROL, GLFW_KEY_RIGHT_CONTROL);
+    cMouse.m_bAlt = fnHeld(GLFW_KEY_LEFT_ALT, GLFW_KEY_RIGHT_ALT);
     QelVec2 vMotion(float(dX - pSelf->m_dLastX), float(dY - pSelf->m_dLastY));
     pSelf->m_dLastX = dX;
     pSelf->m_dLastY = dY;

@@ -5,11 +5,17 @@
 #include "ViewerSession.h"
 #include "ViewerShape.h"
 
+#include "qel/display/QelClipPlane.h"
+#include "qel/display/QelGrid.h"
+#include "qel/display/QelLight.h"
+#include "qel/models/QelModel.h"
 #include "qel/properties/QelInterpColorProperty.h"
 #include "qel/properties/QelProperty.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -150,25 +156,134 @@ TEST_F(ViewerDocumentTest, PropertiesTheObjectLacksAreSkippedWithAWarning)
 
 TEST_F(ViewerDocumentTest, FilesThatCannotBeOpenedLeaveTheSceneAlone)
 {
+    // The loader's own message comes first, then the viewer's.
     std::string strModel = Path("teapot.obj");
     std::ofstream(strModel) << "v 0 0 0\n";
+    std::string strUnknown = Path("teapot.xyz");
+    std::ofstream(strUnknown) << "v 0 0 0\n";
     struct SRow
     {
         std::string m_strPath;
-        std::string m_strError;
+        std::vector<std::string> m_vErrors;
     };
     const SRow kRows[] = {
-        {Path("missing.qvs"), "Cannot open " + Path("missing.qvs") + ": no such file or no permission to read it"},
-        {strModel, "Cannot open " + strModel + ": no loader is registered for its type"},
+        {Path("missing.qvs"), {"Cannot open " + Path("missing.qvs") + ": no such file or no permission to read it"}},
+        {strModel, {"CObjLoader - [" + strModel + "] holds no faces, lines or points",
+                    "Model " + strModel + " was not opened"}},
+        {strUnknown, {"QelModel - No loader found for file [" + strUnknown + "]",
+                      "Model " + strUnknown + " was not opened"}},
     };
     for (const SRow& cRow : kRows)
     {
         SCOPED_TRACE(cRow.m_strPath);
         ViewerLogCapture cLog;
         EXPECT_FALSE(m_cSession.OpenFile(cRow.m_strPath));
-        EXPECT_EQ(cLog.Errors(), std::vector<std::string>{cRow.m_strError});
+        EXPECT_EQ(cLog.Errors(), cRow.m_vErrors);
         EXPECT_EQ(m_cSession.Scene().Objects().size(), 1u);
     }
+}
+
+/// A small OBJ model (one red triangle) with its material file, in a folder.
+void WriteTriangleModel(const std::string& strDir, const std::string& strName)
+{
+    std::ofstream(strDir + "/" + strName + ".mtl") << "newmtl red\nKd 1 0 0\n";
+    std::ofstream(strDir + "/" + strName + ".obj") << "mtllib " << strName << ".mtl\nv 0 0 0\nv 2 0 0\nv 0 0 1\n"
+                                                   << "usemtl red\nf 1 2 3\n";
+}
+
+TEST_F(ViewerDocumentTest, ModelsOpenSideBySideAndReopenFromTheScenesFolder)
+{
+    std::string strFirst = ViewerScratchDir("models-first");
+    WriteTriangleModel(strFirst, "tri");
+    WriteTriangleModel(strFirst, "other");
+    for (const char* pName : {"tri.obj", "other.obj", "tri.obj"})
+        ASSERT_TRUE(m_cSession.OpenFile(strFirst + "/" + pName)) << pName;
+    QelModel* pTri = dynamic_cast<QelModel*>(m_cSession.Scene().FindByName("tri"));
+    ASSERT_NE(pTri, nullptr);
+    EXPECT_NE(m_cSession.Scene().FindByName("tri2"), nullptr); // one file twice: two models
+    EXPECT_NE(m_cSession.Scene().FindByName("other"), nullptr);
+    ASSERT_EQ(pTri->GetModelData().m_vMaterials.size(), 1u);
+    EXPECT_TRUE(pTri->GetExtents().IsValid());
+    EXPECT_EQ(m_cSession.Scene().GetSelection(), m_cSession.Scene().FindByName("tri2")); // the last opened
+    ASSERT_TRUE(m_cSession.SaveScene(strFirst + "/scene.qvs"));
+    EXPECT_NE(ReadFile(strFirst + "/scene.qvs").find(">tri.obj<"), std::string::npos) << "saved relative";
+
+    // The scene and its models move to another folder together; the models come from there.
+    std::string strSecond = ViewerScratchDir("models-second");
+    WriteTriangleModel(strSecond, "tri");
+    WriteTriangleModel(strSecond, "other");
+    std::ofstream(strSecond + "/scene.qvs") << ReadFile(strFirst + "/scene.qvs");
+    m_cSession.NewScene();
+    ASSERT_TRUE(m_cSession.OpenFile(strSecond + "/scene.qvs"));
+    EXPECT_EQ(m_cSession.Scene().Objects().size(), 4u);
+    pTri = dynamic_cast<QelModel*>(m_cSession.Scene().FindByName("tri"));
+    ASSERT_NE(pTri, nullptr);
+    EXPECT_EQ(pTri->GetFilename(), strSecond + "/tri.obj");
+    EXPECT_TRUE(pTri->GetExtents().IsValid());
+
+    // A model whose file is gone stays in the scene, empty, with the loader's reason in the log.
+    std::remove((strSecond + "/other.obj").c_str());
+    ViewerLogCapture cLog;
+    ASSERT_TRUE(m_cSession.OpenFile(strSecond + "/scene.qvs"));
+    ASSERT_FALSE(cLog.Errors().empty());
+    EXPECT_NE(cLog.Errors()[0].find(strSecond + "/other.obj"), std::string::npos) << cLog.Errors()[0];
+    ASSERT_NE(m_cSession.Scene().FindByName("other"), nullptr);
+    EXPECT_FALSE(m_cSession.Scene().FindByName("other")->GetExtents().IsValid());
+
+    // A model "file" that is a device or a folder is never handed to a loader.
+    for (const char* pFile : {"/dev/zero", "/tmp"})
+    {
+        SCOPED_TRACE(pFile);
+        ViewerLogCapture cRefused;
+        EXPECT_FALSE(ViewerDocument::OpenFromString(
+            std::string("<QelViewerScene version=\"1\"><Object type=\"Model\" name=\"M\"><Filename>") + pFile +
+                "</Filename></Object></QelViewerScene>",
+            "dev", m_cSession.Scene(), m_cSession.View()));
+        EXPECT_EQ(cRefused.Errors(), std::vector<std::string>{std::string("Scene dev is refused: its model file ") +
+                                                              pFile + " is not a regular file; the current scene "
+                                                                      "is kept"});
+    }
+    EXPECT_EQ(m_cSession.Scene().Objects().size(), 4u);
+
+    // A model opened by a relative name is found again from a scene saved in another folder.
+    std::filesystem::path cWorking = std::filesystem::current_path();
+    std::filesystem::current_path(strFirst);
+    QelModel* pRelative = m_cSession.OpenModel("tri.obj");
+    std::filesystem::current_path(cWorking);
+    ASSERT_NE(pRelative, nullptr);
+    std::string strName = pRelative->GetName();
+    ASSERT_TRUE(m_cSession.SaveScene(Path("elsewhere.qvs")));
+    ASSERT_TRUE(m_cSession.OpenFile(Path("elsewhere.qvs")));
+    pRelative = dynamic_cast<QelModel*>(m_cSession.Scene().FindByName(strName));
+    ASSERT_NE(pRelative, nullptr);
+    EXPECT_EQ(pRelative->GetFilename(), strFirst + "/tri.obj");
+    EXPECT_TRUE(pRelative->GetExtents().IsValid());
+}
+
+TEST_F(ViewerDocumentTest, LightsGridsAndClipPlanesAreSavedWithTheirProperties)
+{
+    ASSERT_NE(m_cSession.Add("light", "Sun"), nullptr);
+    ASSERT_NE(m_cSession.Add("grid", ""), nullptr);
+    ASSERT_NE(m_cSession.Add("clip plane", ""), nullptr);
+    EXPECT_EQ(m_cSession.Add("cube", ""), nullptr);
+    ViewerEdit::SetFromText(Prop(m_cSession.Scene().FindByName("Grid"), "Grid:Spacing"), "0.25");
+    ASSERT_TRUE(m_cSession.SaveScene(Path("kinds.qvs")));
+    m_cSession.NewScene();
+    ASSERT_TRUE(m_cSession.OpenFile(Path("kinds.qvs")));
+    auto* pLight = dynamic_cast<QelLight*>(m_cSession.Scene().FindByName("Sun"));
+    auto* pGrid = dynamic_cast<QelGrid*>(m_cSession.Scene().FindByName("Grid"));
+    auto* pPlane = dynamic_cast<QelClipPlane*>(m_cSession.Scene().FindByName("Clip Plane"));
+    ASSERT_NE(pLight, nullptr);
+    ASSERT_NE(pGrid, nullptr);
+    ASSERT_NE(pPlane, nullptr);
+    EXPECT_TRUE(pLight->IsOn());
+    EXPECT_TRUE(pPlane->IsOn());
+    EXPECT_FLOAT_EQ(pGrid->GetSpacing(), 0.25f);
+    EXPECT_TRUE(pGrid->IsTranslationSnapOn());
+    // The scene's lights and planes give their slots back when the scene goes.
+    m_cSession.NewScene();
+    EXPECT_TRUE(QelLight::GetLightsOn().empty());
+    EXPECT_TRUE(QelClipPlane::GetPlanesOn().empty());
 }
 
 TEST_F(ViewerDocumentTest, SavingToAnUnwritablePlaceReportsIt)

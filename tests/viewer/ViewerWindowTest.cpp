@@ -184,12 +184,18 @@ VirtualDisplay* ViewerWindowTest::s_pDisplay = nullptr;
 
 TEST_F(ViewerWindowTest, ScriptEditsSavesReopensAndShowsTheNewColor)
 {
-    // The scene the test writes: one shape in the default color.
+    // The scene the test writes: one shape in the default color, and a model (an OBJ with its
+    // material file) opened beside it. Models draw nothing yet in this build, so the color that
+    // the screenshot must show is the shape's.
     const unsigned int kOldColor = 0xD08030, kNewColor = 0x40C020; // 0xBBGGRR
     std::ofstream(Path("start.qvs")) << "<QelViewerScene version=\"1\"><Object type=\"Viewer Shape\" name=\"Box01\">"
                                         "<Property name=\"Material:Color\" type=\"9\" value=\"0xFFD08030\"/>"
                                         "</Object></QelViewerScene>\n";
+    std::ofstream(Path("wedge.mtl")) << "newmtl green\nKd 0.1 0.8 0.2\n";
+    std::ofstream(Path("wedge.obj")) << "mtllib wedge.mtl\nv 3 0 0\nv 5 0 0\nv 3 0 1\nusemtl green\nf 1 2 3\n";
     std::ofstream(Path("edit.txt")) << "open " << Path("start.qvs") << "\n"
+                                    << "open " << Path("wedge.obj") << "\n"
+                                    << "select wedge\n"
                                     << "select Box01\n"
                                     << "set Material:Color #20C040\n"
                                     << "save " << Path("saved.qvs.gz") << "\n"
@@ -200,7 +206,9 @@ TEST_F(ViewerWindowTest, ScriptEditsSavesReopensAndShowsTheNewColor)
                                     << "screenshot " << Path("shot.png") << "\n";
     std::string strLog;
     ASSERT_EQ(RunViewer({"--size", "800x600", "--script", Path("edit.txt")}, strLog), 0) << strLog;
-    EXPECT_NE(strLog.find("Opened scene " + Path("saved.qvs.gz") + " (1 objects)"), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find("Opened model " + Path("wedge.obj")), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find("Opened scene " + Path("saved.qvs.gz") + " (2 objects)"), std::string::npos) << strLog;
+    EXPECT_EQ(strLog.find("error:"), std::string::npos) << strLog; // the model was found again
     std::string strSaved = ReadFile(Path("saved.qvs.gz"));
     ASSERT_GE(strSaved.size(), 2u);
     EXPECT_EQ(strSaved.substr(0, 2), "\x1f\x8b");
