@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qel/models/C3dsLoader.h"
 #include "qel/models/CObjLoader.h"
 #include "qel/models/CZmfLoader.h"
 
@@ -15,6 +16,7 @@ public:
 
     CObjLoader m_cObj;
     CZmfLoader m_cZmf;
+    C3dsLoader m_c3ds;
 
 private:
     QelBuiltInFormats() = default;
