@@ -33,7 +33,7 @@ enum : uint16_t
 const uint16_t kNoParent = 0xFFFF;
 /// An identifier the file reader does not know, so it skips the chunk.
 const uint16_t kSkippedChunk = 0xFFFF;
-/// Bytes of a track chunk before its keys, and the least a key takes (frame and flags).
+/// Bytes of a track chunk before its keys, and what every key starts with (frame and flags).
 const uint32_t kTrackHeader = 14;
 const uint32_t kMinKeySize = 6;
 } // namespace
@@ -271,8 +271,7 @@ bool Qel3dsCheck::CheckKeyframes(const SChunk& c)
                     if (nName + 6 > nData)
                         return BadChunk(child, "is too short for its data");
                 }
-                if (child.nId >= kFirstTrack && child.nId <= kLastTrack &&
-                    (nData < kTrackHeader || Dword(child.DataStart() + 10) > (nData - kTrackHeader) / kMinKeySize))
+                if (child.nId >= kFirstTrack && child.nId <= kLastTrack && !TrackFits(child))
                     return BadChunk(child, "counts more entries than it holds");
                 nIn = child.nEnd;
             }
@@ -284,6 +283,39 @@ bool Qel3dsCheck::CheckKeyframes(const SChunk& c)
     {
         m_log.Note(QelFormat("keyframes skipped: %s; the meshes are placed as stored", strProblem.c_str()));
         Hide(c);
+    }
+    return true;
+}
+
+bool Qel3dsCheck::TrackFits(const SChunk& c) const
+{
+    // Bytes of each track's key value, by track from position to hiding; the morph track's is a name.
+    static const uint32_t kValueBytes[] = {12, 16, 12, 4, 4, 12, 0, 4, 4, 0};
+    static_assert(sizeof(kValueBytes) / sizeof(kValueBytes[0]) == kLastTrack - kFirstTrack + 1, "one per track");
+    if (c.nEnd - c.DataStart() < kTrackHeader)
+        return false;
+    uint32_t nKeys = Dword(c.DataStart() + 10);
+    uint64_t nAt = c.DataStart() + kTrackHeader;
+    for (uint32_t k = 0; k < nKeys; ++k)
+    {
+        if (nAt + kMinKeySize > c.nEnd)
+            return false;
+        uint16_t nFlags = Word(uint32_t(nAt) + 4);
+        nAt += kMinKeySize;
+        // Each of the five low flags adds a float: tension, continuity, bias, ease to, ease from.
+        for (int nBit = 0; nBit < 5; ++nBit)
+            nAt += (nFlags >> nBit & 1) * 4;
+        if (c.nId == kFirstTrack + 6)
+        {
+            uint32_t nName = nAt < c.nEnd ? NameLength(uint32_t(nAt), c.nEnd) : 0;
+            if (!nName)
+                return false;
+            nAt += nName;
+        }
+        else
+            nAt += kValueBytes[c.nId - kFirstTrack];
+        if (nAt > c.nEnd)
+            return false;
     }
     return true;
 }

@@ -63,6 +63,8 @@ private:
     bool CheckFaces(const SChunk& c, uint32_t nPoints, const char* pObject);
     void Hide(const SChunk& c);
     bool CheckKeyframes(const SChunk& c);
+    /// Whether the keys of an animation track, as many as it counts, end within it.
+    bool TrackFits(const SChunk& c) const;
     /// The reason to skip the keyframes, or "" when they are sound.
     std::string KeyframeProblem(const SChunk& c);
     bool CountEntry(uint32_t& nCount, const char* pWhat);
@@ -74,5 +76,4 @@ private:
     uint32_t m_nObjects = 0;
     uint32_t m_nMaterials = 0;
     uint32_t m_nNodes = 0;
-    bool m_bFailed = false;
 };
