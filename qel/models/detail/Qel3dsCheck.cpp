@@ -336,8 +336,9 @@ std::string Qel3dsCheck::KeyframeProblem(const SChunk& c)
         uint16_t nTag = Word(nAt);
         if (nTag < kFirstNodeTag || nTag > kLastNodeTag)
             continue;
-        // Without an identity chunk the reader numbers the nodes in file order.
-        SNode node{uint16_t(vNodes.size()), kNoParent};
+        // Without an identity chunk the reader numbers the nodes in file order; without a header
+        // the parent is node 0.
+        SNode node{uint16_t(vNodes.size()), 0};
         uint32_t nEnd = nAt + Dword(nAt + 2);
         for (uint32_t nIn = nAt + 6; nIn < nEnd; nIn += Dword(nIn + 2))
         {
