@@ -67,21 +67,34 @@ struct SMemoryIo
         size_t nGot = 0;
         if (io.Spend(nBytes + 1) && io.nPos < io.nSize)
             nGot = std::min(nBytes, io.nSize - io.nPos);
-        if (nGot)
-            std::memcpy(pOut, io.pData + io.nPos, nGot);
-        // The reader does not look at what a read returns: what is missing reads as zeros.
-        std::memset(pOut + nGot, 0, nBytes - nGot);
-        const std::vector<Qel3dsCheck::SPatch>& v = *io.pPatches;
-        // A patch that starts one byte before the read still changes its first byte.
-        auto it = std::lower_bound(v.begin(), v.end(), Qel3dsCheck::SPatch{uint32_t(io.nPos ? io.nPos - 1 : 0), 0});
-        for (; it != v.end() && it->nOffset < io.nPos + nGot; ++it)
-            for (size_t k = 0; k < 2; ++k)
-                if (it->nOffset + k >= io.nPos && it->nOffset + k < io.nPos + nGot)
-                    pOut[it->nOffset + k - io.nPos] = uint8_t(it->nValue >> (8 * k));
+        // The reader reads most values a few bytes at a time: a loop beats a call for those.
+        const uint8_t* pIn = io.pData + io.nPos;
+        if (nGot <= 8)
+            for (size_t k = 0; k < nGot; ++k)
+                pOut[k] = pIn[k];
+        else
+            std::memcpy(pOut, pIn, nGot);
         if (nGot < nBytes)
+        {
+            // The reader does not look at what a read returns: what is missing reads as zeros.
+            std::memset(pOut + nGot, 0, nBytes - nGot);
             io.bError = true;
+        }
+        if (!io.pPatches->empty())
+            io.Patch(pOut, nGot);
         io.nPos += nBytes;
         return nGot;
+    }
+
+    void Patch(uint8_t* pOut, size_t nGot) const
+    {
+        const std::vector<Qel3dsCheck::SPatch>& v = *pPatches;
+        // A patch that starts one byte before the read still changes its first byte.
+        auto it = std::lower_bound(v.begin(), v.end(), Qel3dsCheck::SPatch{uint32_t(nPos ? nPos - 1 : 0), 0});
+        for (; it != v.end() && it->nOffset < nPos + nGot; ++it)
+            for (size_t k = 0; k < 2; ++k)
+                if (it->nOffset + k >= nPos && it->nOffset + k < nPos + nGot)
+                    pOut[it->nOffset + k - nPos] = uint8_t(it->nValue >> (8 * k));
     }
 
     static size_t Write(void*, const void*, size_t) { return 0; }

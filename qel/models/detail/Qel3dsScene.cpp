@@ -100,7 +100,10 @@ public:
 
 private:
     int MaterialOf(const Lib3dsFace& face);
-    uint32_t Vertex(int nMesh, uint32_t nPoint, const QelVec3& vNormal);
+    int Find(const Lib3dsFace& face);
+    /// The vertex of a point already made for the same mesh and smoothing groups, or kNone.
+    uint32_t Smoothed(int nMesh, uint32_t nPoint, uint32_t nSmoothing) const;
+    uint32_t Vertex(int nMesh, uint32_t nPoint, const QelVec3& vNormal, uint32_t nSmoothing);
 
     const Lib3dsMesh& m_mesh;
     std::map<std::string, int>& m_mapMaterials;
@@ -110,12 +113,16 @@ private:
     std::vector<QelVec3> m_vPositions;
     bool m_bTexCoords = false;
     std::map<int, int> m_mapSubMeshes;
+    const char* m_pLastMaterial = nullptr;
+    int m_nLastMaterial = -1;
     /// Vertices made from each point, as a list through vNext.
     std::vector<uint32_t> m_vHead;
     struct SVertex
     {
         int nMesh;
         QelVec3 vNormal;
+        /// The groups whose corners gave the normal; 0 for a hard corner.
+        uint32_t nSmoothing;
         uint32_t nIndex;
         uint32_t nNext;
     };
@@ -123,6 +130,16 @@ private:
 };
 
 int CMeshBuilder::MaterialOf(const Lib3dsFace& face)
+{
+    // Neighbouring faces mostly share their material.
+    if (m_pLastMaterial && std::strncmp(m_pLastMaterial, face.material, sizeof(face.material)) == 0)
+        return m_nLastMaterial;
+    m_pLastMaterial = face.material;
+    m_nLastMaterial = Find(face);
+    return m_nLastMaterial;
+}
+
+int CMeshBuilder::Find(const Lib3dsFace& face)
 {
     std::string strName = Name(face.material);
     if (strName.empty())
@@ -136,7 +153,15 @@ int CMeshBuilder::MaterialOf(const Lib3dsFace& face)
     return -1;
 }
 
-uint32_t CMeshBuilder::Vertex(int nMesh, uint32_t nPoint, const QelVec3& vNormal)
+uint32_t CMeshBuilder::Smoothed(int nMesh, uint32_t nPoint, uint32_t nSmoothing) const
+{
+    for (uint32_t v = m_vHead[nPoint]; v != kNone; v = m_vVertices[v].nNext)
+        if (m_vVertices[v].nMesh == nMesh && m_vVertices[v].nSmoothing == nSmoothing)
+            return m_vVertices[v].nIndex;
+    return kNone;
+}
+
+uint32_t CMeshBuilder::Vertex(int nMesh, uint32_t nPoint, const QelVec3& vNormal, uint32_t nSmoothing)
 {
     for (uint32_t v = m_vHead[nPoint]; v != kNone; v = m_vVertices[v].nNext)
         if (m_vVertices[v].nMesh == nMesh && std::memcmp(&m_vVertices[v].vNormal, &vNormal, sizeof(QelVec3)) == 0)
@@ -147,7 +172,7 @@ uint32_t CMeshBuilder::Vertex(int nMesh, uint32_t nPoint, const QelVec3& vNormal
     mesh.m_vNormals.push_back(vNormal);
     if (m_bTexCoords)
         mesh.m_vTexCoords[0].push_back(QelVec2(m_mesh.texelL[nPoint][0], m_mesh.texelL[nPoint][1]));
-    m_vVertices.push_back(SVertex{nMesh, vNormal, nIndex, m_vHead[nPoint]});
+    m_vVertices.push_back(SVertex{nMesh, vNormal, nSmoothing, nIndex, m_vHead[nPoint]});
     m_vHead[nPoint] = uint32_t(m_vVertices.size() - 1);
     return nIndex;
 }
@@ -184,7 +209,11 @@ SObject CMeshBuilder::Build()
             vFaces.push_back(f);
     }
 
-    // Face normals weighted by area, and the faces around each point.
+    // Face normals weighted by area, and the faces around each point. The smoothing groups are
+    // copied out of the reader's large face records, which the corner loop would otherwise visit.
+    std::vector<uint32_t> vSmoothing(m_mesh.faces);
+    for (uint32_t f = 0; f < m_mesh.faces; ++f)
+        vSmoothing[f] = m_mesh.faceL[f].smoothing;
     std::vector<QelVec3> vFaceNormals(m_mesh.faces);
     std::vector<uint32_t> vFirst(size_t(nPoints) + 1, 0), vAround(vFaces.size() * 3);
     for (uint32_t f : vFaces)
@@ -203,11 +232,15 @@ SObject CMeshBuilder::Build()
             vAround[vFill[m_mesh.faceL[f].points[k]]++] = f;
 
     m_vHead.assign(nPoints, kNone);
+    int nLastMaterial = -2;
+    auto it = m_mapSubMeshes.end();
     for (uint32_t f : vFaces)
     {
         const Lib3dsFace& face = m_mesh.faceL[f];
         int nMaterial = MaterialOf(face);
-        auto it = m_mapSubMeshes.find(nMaterial);
+        if (nMaterial != nLastMaterial)
+            it = m_mapSubMeshes.find(nMaterial);
+        nLastMaterial = nMaterial;
         if (it == m_mapSubMeshes.end())
         {
             QelModelMesh mesh;
@@ -215,24 +248,41 @@ SObject CMeshBuilder::Build()
             mesh.m_nMaterial = nMaterial;
             if (m_bTexCoords)
                 mesh.m_vTexCoords.resize(1);
+            // Most objects have one material: room for all of the object in its first mesh.
+            if (m_mapSubMeshes.empty())
+            {
+                mesh.m_vPositions.reserve(nPoints);
+                mesh.m_vNormals.reserve(nPoints);
+                if (m_bTexCoords)
+                    mesh.m_vTexCoords[0].reserve(nPoints);
+                mesh.m_vTriangles.reserve(3 * vFaces.size());
+            }
             m_data.m_vMeshes.push_back(std::move(mesh));
             it = m_mapSubMeshes.emplace(nMaterial, int(m_data.m_vMeshes.size() - 1)).first;
             obj.vMeshes.push_back(it->second);
         }
+        std::vector<uint32_t>& vTriangles = m_data.m_vMeshes[size_t(it->second)].m_vTriangles;
+        const uint32_t nGroups = vSmoothing[f];
         for (int k = 0; k < 3; ++k)
         {
             uint32_t nPoint = face.points[k];
-            // Group 0 shares no normal: its edges stay hard.
-            QelVec3 vNormal = vFaceNormals[f];
-            if (face.smoothing)
+            // The same groups at the same point give the same normal: it is summed once.
+            uint32_t nIndex = nGroups ? Smoothed(it->second, nPoint, nGroups) : kNone;
+            if (nIndex == kNone)
             {
-                vNormal = QelVec3(0.0f, 0.0f, 0.0f);
-                for (uint32_t j = vFirst[nPoint]; j < vFirst[nPoint + 1]; ++j)
-                    if (m_mesh.faceL[vAround[j]].smoothing & face.smoothing)
-                        vNormal += vFaceNormals[vAround[j]];
+                // Group 0 shares no normal: its edges stay hard.
+                QelVec3 vNormal = vFaceNormals[f];
+                if (nGroups)
+                {
+                    vNormal = QelVec3(0.0f, 0.0f, 0.0f);
+                    for (uint32_t j = vFirst[nPoint]; j < vFirst[nPoint + 1]; ++j)
+                        if (vSmoothing[vAround[j]] & nGroups)
+                            vNormal += vFaceNormals[vAround[j]];
+                }
+                vNormal.Normalize();
+                nIndex = Vertex(it->second, nPoint, vNormal, nGroups);
             }
-            vNormal.Normalize();
-            m_data.m_vMeshes[size_t(it->second)].m_vTriangles.push_back(Vertex(it->second, nPoint, vNormal));
+            vTriangles.push_back(nIndex);
         }
     }
     return obj;
