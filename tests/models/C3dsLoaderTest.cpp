@@ -60,8 +60,8 @@ TEST(C3dsLoader, MeshesMaterialsAndTexturesFoundWithoutCase)
     dir.Write("maps/wood.png", "not really an image");
     std::string strWood = Material("Wood", MaterialColor(0xA010, 51, 102, 153) + MaterialColor(0xA020, 255, 128, 0) +
                                                MaterialColor(0xA030, 255, 255, 255) + MaterialPercent(0xA040, 50) +
-                                               MaterialPercent(0xA050, 25) +
-                                               TextureMap("MAPS\\WOOD.PNG", 0x10, {2, 3}, {0.5f, 0.25f}));
+                                               MaterialPercent(0xA050, 25) + Flag(0xA081) +
+                                               TextureMap("MAPS\\WOOD.PNG", 0x10, {2, 3}, {0.5f, 0.25f}, 30.0f));
     std::string strQuad =
         Object("Quad", Points({{0, 0, 0}, {2, 0, 0}, {2, 1, 0}, {0, 1, 0}}) +
                            TexCoords({{0, 0}, {1, 0}, {1, 1}, {0, 1}}) +
@@ -94,6 +94,7 @@ TEST(C3dsLoader, MeshesMaterialsAndTexturesFoundWithoutCase)
     EXPECT_EQ(wood.m_vecSpecular, QelVec4(1, 1, 1, 1));
     EXPECT_FLOAT_EQ(wood.m_fShininess, 64.0f);
     EXPECT_FLOAT_EQ(wood.m_fOpacity, 0.75f);
+    EXPECT_TRUE(wood.m_bTwoSided);
     ASSERT_EQ(wood.m_vTextures.size(), 1u);
     const QelModelTextureMap& map = wood.m_vTextures[0];
     EXPECT_EQ(map.m_eChannel, QelModelTextureMap::eChannelDiffuse);
@@ -101,6 +102,7 @@ TEST(C3dsLoader, MeshesMaterialsAndTexturesFoundWithoutCase)
     EXPECT_EQ(map.m_vecScale, QelVec3(2, 3, 1));
     EXPECT_EQ(map.m_vecOffset, QelVec3(0.5f, 0.25f, 0));
     EXPECT_TRUE(map.m_bClamp);
+    EXPECT_EQ(map.m_fRotation, 30.0f);
 
     // Without keyframes each object is a node below the root, placed by its mesh matrix.
     ASSERT_EQ(data.m_vNodes.size(), 3u);

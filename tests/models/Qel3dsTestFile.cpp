@@ -101,11 +101,12 @@ std::string MaterialPercent(uint16_t nId, uint16_t nPercent)
     return Chunk(nId, Chunk(0x0030, Word(nPercent)));
 }
 
-std::string TextureMap(const std::string& strFile, uint16_t nTiling, QelVec2 vScale, QelVec2 vOffset)
+std::string TextureMap(const std::string& strFile, uint16_t nTiling, QelVec2 vScale, QelVec2 vOffset, float fRotation)
 {
     return Chunk(0xA200, Chunk(0x0030, Word(100)) + Chunk(0xA300, Name(strFile)) + Chunk(0xA351, Word(nTiling)) +
                              Chunk(0xA354, Float(vScale.x)) + Chunk(0xA356, Float(vScale.y)) +
-                             Chunk(0xA358, Float(vOffset.x)) + Chunk(0xA35A, Float(vOffset.y)));
+                             Chunk(0xA358, Float(vOffset.x)) + Chunk(0xA35A, Float(vOffset.y)) +
+                             Chunk(0xA35C, Float(fRotation)));
 }
 
 std::string ObjectNode(uint16_t nId, const std::string& strName, uint16_t nParent, const QelVec3& vPivot,

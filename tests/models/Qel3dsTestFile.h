@@ -31,10 +31,15 @@ std::string Object(const std::string& strName, const std::string& strMeshChunks)
 std::string Material(const std::string& strName, const std::string& strChunks);
 /// A color chunk of the material (ambient 0xA010, diffuse 0xA020, specular 0xA030) in bytes.
 std::string MaterialColor(uint16_t nId, uint8_t r, uint8_t g, uint8_t b);
+/// A chunk of the material without data (two-sided 0xA081).
+inline std::string Flag(uint16_t nId)
+{
+    return Word(nId) + Dword(6);
+}
 /// A percentage chunk of the material (shininess 0xA040, transparency 0xA050).
 std::string MaterialPercent(uint16_t nId, uint16_t nPercent);
-/// A diffuse texture map with its tiling flags, scale and offset.
-std::string TextureMap(const std::string& strFile, uint16_t nTiling, QelVec2 vScale, QelVec2 vOffset);
+/// A diffuse texture map with its tiling flags, scale, offset and rotation (degrees).
+std::string TextureMap(const std::string& strFile, uint16_t nTiling, QelVec2 vScale, QelVec2 vOffset, float fRotation);
 /// An object node of the keyframes: one key each of position, rotation (none) and scale.
 std::string ObjectNode(uint16_t nId, const std::string& strName, uint16_t nParent, const QelVec3& vPivot,
                        const QelVec3& vPosition, const QelVec3& vScale);

@@ -52,6 +52,7 @@ void AddTexture(const Lib3dsTextureMap& m, QelModelTextureMap::EChannel eChannel
     // An unset scale reads as 0 and means the map's own size.
     map.m_vecScale = QelVec3(m.scale[0] != 0.0f ? m.scale[0] : 1.0f, m.scale[1] != 0.0f ? m.scale[1] : 1.0f, 1.0f);
     map.m_vecOffset = QelVec3(m.offset[0], m.offset[1], 0.0f);
+    map.m_fRotation = m.rotation;
     map.m_bClamp = (m.flags & LIB3DS_NO_TILE) != 0;
     mat.m_vTextures.push_back(map);
 }
@@ -66,6 +67,7 @@ QelModelMaterial Material(const Lib3dsMaterial& m, const std::string& strFolder,
     mat.m_fShininess = Unit(m.shininess) * 128.0f;
     mat.m_fOpacity = 1.0f - Unit(m.transparency);
     mat.m_vecDiffuse.w = mat.m_fOpacity;
+    mat.m_bTwoSided = m.two_sided != 0;
     const std::pair<const Lib3dsTextureMap*, QelModelTextureMap::EChannel> maps[] = {
         {&m.texture1_map, QelModelTextureMap::eChannelDiffuse},
         {&m.opacity_map, QelModelTextureMap::eChannelOpacity},
