@@ -316,13 +316,11 @@ void ForEach(QelXMLInterface& x, Reader& r, const char* pGroup, const char* pNam
         x.PopPosition();
         return;
     }
-    for (unsigned i = 0, n = x.GetNumChildNodes(); i < n && !r.Failed(); ++i)
-    {
-        x.MoveToChildNode(i);
+    // Sibling by sibling: finding the i-th child walks the list from its start each time, which
+    // costs the square of the count for models of many meshes.
+    for (bool bOn = x.MoveToFirstChildNode(); bOn && !r.Failed(); bOn = x.MoveToNextSibling())
         if (x.GetNodeName() == pName)
             fn();
-        x.MoveToParent();
-    }
     x.PopPosition();
 }
 } // namespace
