@@ -110,7 +110,9 @@
 #include "qel/materials/QelTextureLayer.h"
 
 // models
+#include "qel/models/C3dsLoader.h"
 #include "qel/models/CObjLoader.h"
+#include "qel/models/CShpLoader.h"
 #include "qel/models/CZmfLoader.h"
 #include "qel/models/QelModel.h"
 #include "qel/models/QelModelData.h"

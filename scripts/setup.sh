@@ -7,7 +7,7 @@ PACKAGES=(
   build-essential cmake ninja-build pkg-config clang libclang-rt-dev
   libxml2-dev zlib1g-dev
   libglew-dev libgl-dev libgl1-mesa-dev libglu1-mesa-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
-  libdevil-dev lib3ds-dev uuid-dev
+  libdevil-dev lib3ds-dev libshp-dev uuid-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libglm-dev libmuparser-dev
   libglfw3-dev libimgui-dev xvfb xauth doxygen

@@ -2,6 +2,7 @@
 
 #include "qel/models/QelModelData.h"
 #include "qel/models/detail/QelLoadLog.h"
+#include "qel/models/detail/QelLoadSteps.h"
 #include "qel/models/detail/QelMtlParser.h"
 #include "qel/models/detail/QelObjParser.h"
 #include "qel/platform/QelMappedFile.h"
@@ -10,17 +11,6 @@
 namespace
 {
 const char* const kLoaderName = "CObjLoader";
-
-bool Finish(bool bParsed, QelModelData& data)
-{
-    if (!bParsed)
-    {
-        data.Clear();
-        return false;
-    }
-    data.ComputeBounds();
-    return true;
-}
 } // namespace
 
 CObjLoader::CObjLoader()
@@ -38,22 +28,10 @@ bool CObjLoader::Load(const std::string& strFile, QelModelData& data)
     data.Clear();
     QelLoadLog log(kLoaderName, strFile);
     QelMappedFile file;
-    switch (file.Open(strFile))
-    {
-    case QelMappedFile::eOpened:
-        break;
-    case QelMappedFile::eIsDirectory:
-        log.Error("is a folder, not a file");
+    if (!QelOpenModelFile(strFile, file, log))
         return false;
-    case QelMappedFile::eNotFound:
-        log.Error("cannot be opened");
-        return false;
-    default:
-        log.Error("cannot be read");
-        return false;
-    }
     QelObjParser parser(data, log, QelPath::Folder(QelPath::Absolute(strFile)));
-    return Finish(parser.Parse(file.Data(), file.Size(), &file), data);
+    return QelFinishLoad(parser.Parse(file.Data(), file.Size(), &file), data);
 }
 
 bool CObjLoader::LoadFromMemory(const char* pData, size_t nSize, const std::string& strName,
@@ -63,7 +41,7 @@ bool CObjLoader::LoadFromMemory(const char* pData, size_t nSize, const std::stri
     data.Clear();
     QelLoadLog log(kLoaderName, strName);
     QelObjParser parser(data, log, strFolder);
-    return Finish(parser.Parse(pData ? pData : &kEmpty, pData ? nSize : 0, nullptr), data);
+    return QelFinishLoad(parser.Parse(pData ? pData : &kEmpty, pData ? nSize : 0, nullptr), data);
 }
 
 bool CObjLoader::LoadMaterialsFromMemory(const char* pData, size_t nSize, const std::string& strName,

@@ -96,10 +96,14 @@ public:
     }
 
     /// Exactly n floats from a data element; false (and the load fails) when there are fewer.
-    bool ReadFloats(const std::string& strName, float* pOut, size_t n)
+    /// An optional array that is absent reads nothing and is no failure (older documents lack it).
+    bool ReadFloats(const std::string& strName, float* pOut, size_t n, bool bOptional = false)
     {
         std::vector<char> v;
-        if (!m_x.ReadData(strName, v) || v.size() * 6 / 8 < n * sizeof(float))
+        bool bFound = m_x.ReadData(strName, v);
+        if (!bFound && bOptional)
+            return false;
+        if (!bFound || v.size() * 6 / 8 < n * sizeof(float))
         {
             Fail(QelFormat("[%s] is missing or too short", strName.c_str()));
             return false;
@@ -184,6 +188,7 @@ void WriteMaterial(QelXMLInterface& x, const QelModelMaterial& m, const std::str
                  m.m_vecSpecular.z, m.m_vecSpecular.w, m.m_vecEmissive.x, m.m_vecEmissive.y, m.m_vecEmissive.z,
                  m.m_vecEmissive.w, m.m_fShininess, m.m_fOpacity});
     x.WriteInt("Illumination", m.m_nIllumination);
+    x.WriteBool("TwoSided", m.m_bTwoSided);
     for (const QelModelTextureMap& t : m.m_vTextures)
     {
         x.AddAndMoveToChildNode("Texture");
@@ -192,6 +197,7 @@ void WriteMaterial(QelXMLInterface& x, const QelModelMaterial& m, const std::str
         WriteFloats(x, "Values",
                     {t.m_vecOffset.x, t.m_vecOffset.y, t.m_vecOffset.z, t.m_vecScale.x, t.m_vecScale.y,
                      t.m_vecScale.z, t.m_fBumpScale});
+        WriteFloats(x, "Rotation", {t.m_fRotation});
         x.WriteBool("Clamp", t.m_bClamp);
         x.WriteInt("Layer", t.m_nTexCoordLayer);
         x.MoveToParent();
@@ -212,6 +218,7 @@ void ReadMaterial(QelXMLInterface& x, Reader& r, QelModelMaterial& m, const std:
     m.m_fShininess = f[16];
     m.m_fOpacity = f[17];
     m.m_nIllumination = x.ReadInt("Illumination", -1);
+    m.m_bTwoSided = x.ReadBool("TwoSided", false);
     for (unsigned i = 0, n = x.GetNumChildNodes(); i < n && !r.Failed(); ++i)
     {
         x.MoveToChildNode(i);
@@ -231,6 +238,7 @@ void ReadMaterial(QelXMLInterface& x, Reader& r, QelModelMaterial& m, const std:
                 t.m_vecScale = QelVec3(g[3], g[4], g[5]);
                 t.m_fBumpScale = g[6];
             }
+            r.ReadFloats("Rotation", &t.m_fRotation, 1, true);
             t.m_bClamp = x.ReadBool("Clamp", false);
             t.m_nTexCoordLayer = x.ReadInt("Layer", 0);
             m.m_vTextures.push_back(t);
@@ -308,13 +316,11 @@ void ForEach(QelXMLInterface& x, Reader& r, const char* pGroup, const char* pNam
         x.PopPosition();
         return;
     }
-    for (unsigned i = 0, n = x.GetNumChildNodes(); i < n && !r.Failed(); ++i)
-    {
-        x.MoveToChildNode(i);
+    // Sibling by sibling: finding the i-th child walks the list from its start each time, which
+    // costs the square of the count for models of many meshes.
+    for (bool bOn = x.MoveToFirstChildNode(); bOn && !r.Failed(); bOn = x.MoveToNextSibling())
         if (x.GetNodeName() == pName)
             fn();
-        x.MoveToParent();
-    }
     x.PopPosition();
 }
 } // namespace

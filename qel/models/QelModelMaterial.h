@@ -31,6 +31,8 @@ struct QEL_EXPORT QelModelTextureMap
     /// Offset and scale of the texture coordinates (u, v, w).
     QelVec3 m_vecOffset = QelVec3(0.0f, 0.0f, 0.0f);
     QelVec3 m_vecScale = QelVec3(1.0f, 1.0f, 1.0f);
+    /// Turn of the texture coordinates in degrees, counter-clockwise.
+    float m_fRotation = 0.0f;
     /// Clamp to the edge instead of repeating.
     bool m_bClamp = false;
     /// Bump multiplier (bump maps only).
@@ -54,6 +56,8 @@ struct QEL_EXPORT QelModelMaterial
     float m_fOpacity = 1.0f;
     /// Illumination model number as the file gave it (OBJ "illum"); -1 when none was given.
     int m_nIllumination = -1;
+    /// Seen from both sides: back faces are drawn and lit too.
+    bool m_bTwoSided = false;
     std::vector<QelModelTextureMap> m_vTextures;
 
     /// Translucent materials are drawn after the opaque ones.

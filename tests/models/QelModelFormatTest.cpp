@@ -86,19 +86,22 @@ TEST(QelModelFormat, SupportedTypesAndTheDialogFilter)
 {
     std::vector<QelModelFormat::SFileType> vTypes;
     QelModelFormat::GetSupportedFileTypes(vTypes);
-    ASSERT_EQ(vTypes.size(), 2u);
-    EXPECT_EQ(vTypes[0].m_strExtension + "|" + vTypes[0].m_strLabel, "obj|Wavefront Object Files");
-    EXPECT_EQ(vTypes[1].m_strExtension + "|" + vTypes[1].m_strLabel, "zmf|ZUB Model Files");
+    ASSERT_EQ(vTypes.size(), 4u);
+    EXPECT_EQ(vTypes[0].m_strExtension + "|" + vTypes[0].m_strLabel, "3ds|3D Studio MAX Files");
+    EXPECT_EQ(vTypes[1].m_strExtension + "|" + vTypes[1].m_strLabel, "obj|Wavefront Object Files");
+    EXPECT_EQ(vTypes[2].m_strExtension + "|" + vTypes[2].m_strLabel, "shp|Shapefiles");
+    EXPECT_EQ(vTypes[3].m_strExtension + "|" + vTypes[3].m_strLabel, "zmf|ZUB Model Files");
     EXPECT_EQ(QelModel::GetFilenameFilters(),
-              "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|Wavefront Object Files (*.obj)|*.obj|"
+              "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|3D Studio MAX Files (*.3ds)|*.3ds|"
+              "Shapefiles (*.shp)|*.shp|Wavefront Object Files (*.obj)|*.obj|"
               "ZUB Model Files (*.zmf)|*.zmf|All Files (*.*)|*.*|||");
 
     LabelledLoader dxf({"dxf", "DXF2"}, "AutoCAD DXF Files");
     BareLoader bare({"raw"});
     EXPECT_EQ(QelModel::GetFilenameFilters(),
               "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|"
-              " (*.raw)|*.raw|"
-              "AutoCAD DXF Files (*.dxf)|*.dxf|AutoCAD DXF Files (*.DXF2)|*.DXF2|"
+              " (*.raw)|*.raw|3D Studio MAX Files (*.3ds)|*.3ds|"
+              "AutoCAD DXF Files (*.dxf)|*.dxf|AutoCAD DXF Files (*.DXF2)|*.DXF2|Shapefiles (*.shp)|*.shp|"
               "Wavefront Object Files (*.obj)|*.obj|ZUB Model Files (*.zmf)|*.zmf|All Files (*.*)|*.*|||");
 }
 

@@ -95,6 +95,7 @@ void ExpectSameModel(const QelModelData& a, const QelModelData& b)
         ExpectSameBytes(&m.m_fShininess, &n.m_fShininess, sizeof(float), "shininess");
         ExpectSameBytes(&m.m_fOpacity, &n.m_fOpacity, sizeof(float), "opacity");
         EXPECT_EQ(m.m_nIllumination, n.m_nIllumination);
+        EXPECT_EQ(m.m_bTwoSided, n.m_bTwoSided);
         ASSERT_EQ(m.m_vTextures.size(), n.m_vTextures.size());
         for (size_t k = 0; k < m.m_vTextures.size(); ++k)
         {
@@ -105,6 +106,7 @@ void ExpectSameModel(const QelModelData& a, const QelModelData& b)
             ExpectSameBytes(&s.m_vecOffset, &t.m_vecOffset, sizeof(QelVec3), "offset");
             ExpectSameBytes(&s.m_vecScale, &t.m_vecScale, sizeof(QelVec3), "scale");
             ExpectSameBytes(&s.m_fBumpScale, &t.m_fBumpScale, sizeof(float), "bump");
+            ExpectSameBytes(&s.m_fRotation, &t.m_fRotation, sizeof(float), "rotation");
             EXPECT_EQ(s.m_bClamp, t.m_bClamp);
             EXPECT_EQ(s.m_nTexCoordLayer, t.m_nTexCoordLayer);
         }

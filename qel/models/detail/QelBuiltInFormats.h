@@ -1,6 +1,8 @@
 #pragma once
 
+#include "qel/models/C3dsLoader.h"
 #include "qel/models/CObjLoader.h"
+#include "qel/models/CShpLoader.h"
 #include "qel/models/CZmfLoader.h"
 
 /// The one instance of each built-in loader, made when the registry is first needed rather than by
@@ -15,6 +17,8 @@ public:
 
     CObjLoader m_cObj;
     CZmfLoader m_cZmf;
+    C3dsLoader m_c3ds;
+    CShpLoader m_cShp;
 
 private:
     QelBuiltInFormats() = default;
