@@ -38,20 +38,8 @@ bool CObjLoader::Load(const std::string& strFile, QelModelData& data)
     data.Clear();
     QelLoadLog log(kLoaderName, strFile);
     QelMappedFile file;
-    switch (file.Open(strFile))
-    {
-    case QelMappedFile::eOpened:
-        break;
-    case QelMappedFile::eIsDirectory:
-        log.Error("is a folder, not a file");
+    if (!log.Open(file))
         return false;
-    case QelMappedFile::eNotFound:
-        log.Error("cannot be opened");
-        return false;
-    default:
-        log.Error("cannot be read");
-        return false;
-    }
     QelObjParser parser(data, log, QelPath::Folder(QelPath::Absolute(strFile)));
     return Finish(parser.Parse(file.Data(), file.Size(), &file), data);
 }

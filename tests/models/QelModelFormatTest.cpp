@@ -54,7 +54,6 @@ TEST(QelModelFormat, ExtensionsAreRegisteredOnceWhateverTheirCase)
 
 TEST(QelModelFormat, LookupTakesTheTextAfterTheLastPoint)
 {
-    LabelledLoader dxf({"dxf"}, "AutoCAD DXF Files");
     struct Row
     {
         const char* m_pFile;
@@ -86,14 +85,15 @@ TEST(QelModelFormat, SupportedTypesAndTheDialogFilter)
 {
     std::vector<QelModelFormat::SFileType> vTypes;
     QelModelFormat::GetSupportedFileTypes(vTypes);
-    ASSERT_EQ(vTypes.size(), 2u);
-    EXPECT_EQ(vTypes[0].m_strExtension + "|" + vTypes[0].m_strLabel, "obj|Wavefront Object Files");
-    EXPECT_EQ(vTypes[1].m_strExtension + "|" + vTypes[1].m_strLabel, "zmf|ZUB Model Files");
+    ASSERT_EQ(vTypes.size(), 3u);
+    EXPECT_EQ(vTypes[0].m_strExtension + "|" + vTypes[0].m_strLabel, "dxf|AutoCAD DXF Files");
+    EXPECT_EQ(vTypes[1].m_strExtension + "|" + vTypes[1].m_strLabel, "obj|Wavefront Object Files");
+    EXPECT_EQ(vTypes[2].m_strExtension + "|" + vTypes[2].m_strLabel, "zmf|ZUB Model Files");
     EXPECT_EQ(QelModel::GetFilenameFilters(),
-              "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|Wavefront Object Files (*.obj)|*.obj|"
-              "ZUB Model Files (*.zmf)|*.zmf|All Files (*.*)|*.*|||");
+              "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|AutoCAD DXF Files (*.dxf)|*.dxf|"
+              "Wavefront Object Files (*.obj)|*.obj|ZUB Model Files (*.zmf)|*.zmf|All Files (*.*)|*.*|||");
 
-    LabelledLoader dxf({"dxf", "DXF2"}, "AutoCAD DXF Files");
+    LabelledLoader dxf2({"DXF2"}, "AutoCAD DXF Files");
     BareLoader bare({"raw"});
     EXPECT_EQ(QelModel::GetFilenameFilters(),
               "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qel/models/CDxfLoader.h"
 #include "qel/models/CObjLoader.h"
 #include "qel/models/CZmfLoader.h"
 
@@ -15,6 +16,7 @@ public:
 
     CObjLoader m_cObj;
     CZmfLoader m_cZmf;
+    CDxfLoader m_cDxf;
 
 private:
     QelBuiltInFormats() = default;
