@@ -1,6 +1,7 @@
 // Loading a large OBJ file: the library's loader beside tinyobjloader and assimp, on a 1000 x 1000
 // grid (2 million triangles, normals, texture coordinates, four materials, about 200 MB) and on its
-// quad version. The files are generated into the build tree on the first run. Peak memory of each
+// quad version. DXF: 500,000 triangles as 3DFACE entities and as one polyface mesh, the library's
+// reader beside assimp. The files are generated into the build tree on the first run. Peak memory of each
 // loader is measured in a child process of its own (wait4's maximum resident size). The own format
 // is written from the loaded model and read back for comparison. Times are process CPU times (the
 // best of three), since the machine running this is usually shared.
@@ -116,6 +117,63 @@ std::string GridFile(bool bQuads)
     return strPath;
 }
 
+/// A 500 x 500 grid of cells, two triangles each (500,000), in one layer: as 3DFACE entities
+/// or as one polyface mesh over the shared corners.
+void WriteDxf(const std::string& strPath, bool bPolyface)
+{
+    const int nCells = 500, n = nCells + 1;
+    FILE* f = std::fopen(strPath.c_str(), "wb");
+    if (!f)
+        return;
+    std::fprintf(f, "0\nSECTION\n2\nENTITIES\n");
+    auto z = [](int x, int y) { return 0.05 * std::sin(x * 0.05) * std::cos(y * 0.05); };
+    if (bPolyface)
+    {
+        std::fprintf(f, "0\nPOLYLINE\n8\n0\n66\n1\n70\n64\n71\n%d\n72\n%d\n", n * n, 2 * nCells * nCells);
+        for (int y = 0; y < n; ++y)
+            for (int x = 0; x < n; ++x)
+                std::fprintf(f, "0\nVERTEX\n8\n0\n10\n%.6f\n20\n%.6f\n30\n%.6f\n70\n192\n", x * 0.01, y * 0.01, z(x, y));
+        for (int y = 0; y < nCells; ++y)
+            for (int x = 0; x < nCells; ++x)
+            {
+                int a = y * n + x + 1, b = a + 1, c = a + n + 1, d = a + n;
+                std::fprintf(f, "0\nVERTEX\n8\n0\n10\n0.0\n20\n0.0\n30\n0.0\n70\n128\n71\n%d\n72\n%d\n73\n%d\n", a, b, c);
+                std::fprintf(f, "0\nVERTEX\n8\n0\n10\n0.0\n20\n0.0\n30\n0.0\n70\n128\n71\n%d\n72\n%d\n73\n%d\n", a, c, d);
+            }
+        std::fprintf(f, "0\nSEQEND\n8\n0\n");
+    }
+    else
+    {
+        for (int y = 0; y < nCells; ++y)
+            for (int x = 0; x < nCells; ++x)
+                for (int k = 0; k < 2; ++k)
+                {
+                    int cx[3] = {x, x + 1, k ? x : x + 1}, cy[3] = {y, y + 1, k ? y + 1 : y};
+                    std::fprintf(f, "0\n3DFACE\n8\n0\n");
+                    for (int i = 0; i < 4; ++i)
+                    {
+                        int j = i < 3 ? i : 2;
+                        std::fprintf(f, "1%d\n%.6f\n2%d\n%.6f\n3%d\n%.6f\n", i, cx[j] * 0.01, i, cy[j] * 0.01, i,
+                                     z(cx[j], cy[j]));
+                    }
+                }
+    }
+    std::fprintf(f, "0\nENDSEC\n0\nEOF\n");
+    std::fclose(f);
+}
+
+std::string DxfFile(bool bPolyface)
+{
+    ::mkdir("bench_models_data", 0755);
+    std::string strPath = std::string("bench_models_data/") + (bPolyface ? "grid_polyface.dxf" : "grid_3dfaces.dxf");
+    if (FileSize(strPath) < 1000000)
+    {
+        std::fprintf(stderr, "generating %s\n", strPath.c_str());
+        WriteDxf(strPath, bPolyface);
+    }
+    return strPath;
+}
+
 /// One load by the named loader; returns a count so that nothing is optimized away.
 size_t LoadWith(const std::string& strWho, const std::string& strFile)
 {
@@ -177,10 +235,22 @@ double PeakMb(const std::string& strWho, const std::string& strFile)
     return fKb / 1024.0;
 }
 
-void BM_Load(benchmark::State& state, std::string strWho, bool bQuads)
+/// The OBJ grid (eObjTriangles, eObjQuads) or a DXF file (eDxfFaces, eDxfPolyface).
+enum EBenchFile
 {
-    const std::string strFile = GridFile(bQuads);
-    const std::string strKey = strWho + (bQuads ? " quads" : " triangles");
+    eObjTriangles = 0,
+    eObjQuads = 1,
+    eDxfFaces = 2,
+    eDxfPolyface = 3,
+    eBenchFileCount = 4
+};
+const char* const kBenchFileKeys[] = {" triangles", " quads", " dxf 3dfaces", " dxf polyface"};
+static_assert(sizeof(kBenchFileKeys) / sizeof(kBenchFileKeys[0]) == eBenchFileCount, "one key per file");
+
+void BM_Load(benchmark::State& state, std::string strWho, int nFile)
+{
+    const std::string strFile = nFile >= eDxfFaces ? DxfFile(nFile == eDxfPolyface) : GridFile(nFile == eObjQuads);
+    const std::string strKey = strWho + kBenchFileKeys[nFile];
     double fBest = 1e30;
     for (auto _ : state)
     {
@@ -228,14 +298,16 @@ void BM_OwnFormat(benchmark::State& state, bool bWrite)
 
 void PrintRatios()
 {
-    std::printf("\n%-28s %10s %10s %12s %12s\n", "load", "best cpu ms", "vs tinyobj", "peak MB", "peak/file");
-    for (const char* pShape : {" triangles", " quads"})
+    std::printf("\n%-28s %10s %10s %12s %12s\n", "load", "best cpu ms", "vs peer", "peak MB", "peak/file");
+    for (const char* pShape : kBenchFileKeys)
         for (const char* pWho : {"read", "qel", "tinyobjloader", "assimp"})
         {
             std::string strKey = std::string(pWho) + pShape;
             if (!s_mapBestMs.count(strKey))
                 continue;
-            double fPeer = s_mapBestMs.count(std::string("tinyobjloader") + pShape) ? s_mapBestMs["tinyobjloader" + std::string(pShape)] : 0.0;
+            // OBJ against tinyobjloader, DXF against assimp.
+            std::string strPeer = std::string(std::strstr(pShape, "dxf") ? "assimp" : "tinyobjloader") + pShape;
+            double fPeer = s_mapBestMs.count(strPeer) ? s_mapBestMs[strPeer] : 0.0;
             std::printf("%-28s %10.1f %10.2f %12.1f %12.2f\n", strKey.c_str(), s_mapBestMs[strKey],
                         fPeer > 0 ? s_mapBestMs[strKey] / fPeer : 0.0, s_mapPeakMb[strKey],
                         s_mapPeakMb[strKey] / s_mapFileMb[strKey]);
@@ -272,12 +344,19 @@ int main(int argc, char** argv)
 #ifdef QEL_BENCH_ASSIMP
     vWho.push_back("assimp");
 #endif
-    for (bool bQuads : {false, true})
+    for (int nFile : {eObjTriangles, eObjQuads})
         for (const std::string& strWho : vWho)
-            benchmark::RegisterBenchmark(("ObjLoad/" + strWho + (bQuads ? "/quads" : "/triangles")).c_str(), BM_Load,
-                                         strWho, bQuads)
+            benchmark::RegisterBenchmark(("ObjLoad/" + strWho + (nFile == eObjQuads ? "/quads" : "/triangles")).c_str(),
+                                         BM_Load, strWho, nFile)
                 ->Unit(benchmark::kMillisecond)
                 ->Iterations(3);
+    for (int nFile : {eDxfFaces, eDxfPolyface})
+        for (const std::string& strWho : vWho)
+            if (strWho != "tinyobjloader")
+                benchmark::RegisterBenchmark(("DxfLoad/" + strWho + (nFile == eDxfFaces ? "/3dfaces" : "/polyface")).c_str(),
+                                             BM_Load, strWho, nFile)
+                    ->Unit(benchmark::kMillisecond)
+                    ->Iterations(3);
     benchmark::RegisterBenchmark("OwnFormat/write", BM_OwnFormat, true)->Unit(benchmark::kMillisecond)->Iterations(3);
     benchmark::RegisterBenchmark("OwnFormat/read", BM_OwnFormat, false)->Unit(benchmark::kMillisecond)->Iterations(3);
     benchmark::Initialize(&argc, argv);

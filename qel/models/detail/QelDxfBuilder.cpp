@@ -211,6 +211,10 @@ void QelDxfBuilder::PolylineEntity(QelModelMesh& m, const QelDxfEntity& e, const
 void QelDxfBuilder::Polyface(QelModelMesh& m, const QelDxfEntity& e, const SContext& c, uint32_t nColor)
 {
     const int64_t nVertices = int64_t(e.vVertices.size());
+    const size_t nMost = m.m_vPositions.size() + 3 * e.vFaces.size();
+    m.m_vPositions.reserve(nMost);
+    m.m_vNormals.reserve(nMost);
+    m.m_vColors.reserve(nMost);
     for (const QelDxfEntity::SFace& f : e.vFaces)
     {
         int nCorners = 0;

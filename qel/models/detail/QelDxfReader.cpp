@@ -16,10 +16,11 @@ bool QelDxfReader::NextLine(const char*& pBegin, const char*& pEnd)
 {
     if (m_p >= m_e)
         return false;
+    // Lines of DXF are a few characters long: a plain loop beats a library search here.
     const char* p = m_p;
-    const char* q = static_cast<const char*>(std::memchr(p, '\n', size_t(m_e - p)));
-    if (!q)
-        q = m_e;
+    const char* q = p;
+    while (q < m_e && *q != '\n')
+        ++q;
     m_p = q < m_e ? q + 1 : m_e;
     ++m_nNextLine;
     while (p < q && IsBlank(*p))
@@ -33,32 +34,48 @@ bool QelDxfReader::NextLine(const char*& pBegin, const char*& pEnd)
 
 QelDxfReader::EResult QelDxfReader::Next()
 {
-    const char* b;
-    const char* e;
     m_nLine = m_nNextLine;
-    if (!NextLine(b, e))
-        return eEnd;
-    // Blank lines at the very end of a file are not a truncated group.
-    if (b == e && m_p >= m_e)
-        return eEnd;
+    // The usual code line: optional blanks, digits, an optional CR, the line break.
+    const char* p = m_p;
+    while (p < m_e && *p == ' ')
+        ++p;
+    const char* pDigits = p;
     int n = 0;
-    bool bNeg = b < e && *b == '-';
-    const char* d = bNeg ? b + 1 : b;
-    if (d >= e || e - d > 9)
+    while (p < m_e && unsigned(*p - '0') <= 9 && p - pDigits < 9)
+        n = n * 10 + (*p++ - '0');
+    if (p > pDigits && p < m_e && (*p == '\n' || (*p == '\r' && p + 1 < m_e && p[1] == '\n')))
     {
-        m_strBad.assign(b, size_t(e - b) < 40 ? size_t(e - b) : 40);
-        return eBadCode;
+        m_p = p + (*p == '\r' ? 2 : 1);
+        ++m_nNextLine;
+        m_nCode = n;
     }
-    for (; d < e; ++d)
+    else
     {
-        if (unsigned(*d - '0') > 9)
+        const char* b;
+        const char* e;
+        if (!NextLine(b, e))
+            return eEnd;
+        // Blank lines at the very end of a file are not a truncated group.
+        if (b == e && m_p >= m_e)
+            return eEnd;
+        bool bNeg = b < e && *b == '-';
+        const char* d = bNeg ? b + 1 : b;
+        n = 0;
+        bool bGood = d < e && e - d <= 9;
+        for (; bGood && d < e; ++d)
+        {
+            bGood = unsigned(*d - '0') <= 9;
+            n = n * 10 + (*d - '0');
+        }
+        if (!bGood)
         {
             m_strBad.assign(b, size_t(e - b) < 40 ? size_t(e - b) : 40);
             return eBadCode;
         }
-        n = n * 10 + (*d - '0');
+        m_nCode = bNeg ? -n : n;
     }
-    m_nCode = bNeg ? -n : n;
+    const char* b;
+    const char* e;
     if (!NextLine(b, e))
         return eTruncated;
     m_pValue = b;
@@ -71,10 +88,46 @@ bool QelDxfReader::ValueIs(const char* pText, size_t nLength) const
     return m_nValueSize == nLength && std::memcmp(m_pValue, pText, nLength) == 0;
 }
 
+/// Plain decimals of at most 19 digits (what CAD programs write) read exactly and fast: the
+/// digits as an integer scaled by an exact power of ten rounds once, as the full reader would.
+/// Anything else (exponents, long mantissas) goes to the full reader.
+static bool FastDecimal(const char* p, const char* e, double& f)
+{
+    static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                     1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const bool bNeg = p < e && *p == '-';
+    p += bNeg || (p < e && *p == '+');
+    uint64_t n = 0;
+    int nDigits = 0, nFraction = 0;
+    bool bPoint = false;
+    for (; p < e; ++p)
+    {
+        const unsigned d = unsigned(*p - '0');
+        if (d <= 9)
+        {
+            n = n * 10 + d;
+            nFraction += bPoint;
+            if (++nDigits > 19)
+                return false;
+        }
+        else if (*p == '.' && !bPoint)
+            bPoint = true;
+        else
+            return false;
+    }
+    if (nDigits == 0 || n > (uint64_t(1) << 53))
+        return false;
+    f = double(n) / kPowers[nFraction]; // nFraction <= 19: the power is exact
+    f = bNeg ? -f : f;
+    return true;
+}
+
 bool QelDxfReader::Double(double& f) const
 {
     const char* p = m_pValue;
     const char* e = p + m_nValueSize;
+    if (FastDecimal(p, e, f))
+        return true;
     if (p < e && *p == '+')
         ++p;
     auto r = std::from_chars(p, e, f);
@@ -85,6 +138,20 @@ bool QelDxfReader::Int(int64_t& n) const
 {
     const char* p = m_pValue;
     const char* e = p + m_nValueSize;
+    if (e - p > 0 && e - p < 10)
+    {
+        // Short plain integers, nearly all of them, without the library's general reader.
+        const bool bNeg = *p == '-';
+        const char* d = p + bNeg;
+        int64_t v = 0;
+        while (d < e && unsigned(*d - '0') <= 9)
+            v = v * 10 + (*d++ - '0');
+        if (d == e && d > p + bNeg)
+        {
+            n = bNeg ? -v : v;
+            return true;
+        }
+    }
     if (p < e && *p == '+')
         ++p;
     auto r = std::from_chars(p, e, n);
