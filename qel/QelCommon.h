@@ -83,6 +83,7 @@
 #include "qel/text/QelTextObject.h"
 #include "qel/text/QelTextureText.h"
 // models
+#include "qel/models/CColladaLoader.h"
 #include "qel/models/CDxfLoader.h"
 #include "qel/models/CObjLoader.h"
 #include "qel/models/CZmfLoader.h"

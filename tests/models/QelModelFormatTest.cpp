@@ -85,12 +85,14 @@ TEST(QelModelFormat, SupportedTypesAndTheDialogFilter)
 {
     std::vector<QelModelFormat::SFileType> vTypes;
     QelModelFormat::GetSupportedFileTypes(vTypes);
-    ASSERT_EQ(vTypes.size(), 3u);
-    EXPECT_EQ(vTypes[0].m_strExtension + "|" + vTypes[0].m_strLabel, "dxf|AutoCAD DXF Files");
-    EXPECT_EQ(vTypes[1].m_strExtension + "|" + vTypes[1].m_strLabel, "obj|Wavefront Object Files");
-    EXPECT_EQ(vTypes[2].m_strExtension + "|" + vTypes[2].m_strLabel, "zmf|ZUB Model Files");
+    ASSERT_EQ(vTypes.size(), 4u);
+    EXPECT_EQ(vTypes[0].m_strExtension + "|" + vTypes[0].m_strLabel, "dae|Collada Files");
+    EXPECT_EQ(vTypes[1].m_strExtension + "|" + vTypes[1].m_strLabel, "dxf|AutoCAD DXF Files");
+    EXPECT_EQ(vTypes[2].m_strExtension + "|" + vTypes[2].m_strLabel, "obj|Wavefront Object Files");
+    EXPECT_EQ(vTypes[3].m_strExtension + "|" + vTypes[3].m_strLabel, "zmf|ZUB Model Files");
     EXPECT_EQ(QelModel::GetFilenameFilters(),
               "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|AutoCAD DXF Files (*.dxf)|*.dxf|"
+              "Collada Files (*.dae)|*.dae|"
               "Wavefront Object Files (*.obj)|*.obj|ZUB Model Files (*.zmf)|*.zmf|All Files (*.*)|*.*|||");
 
     LabelledLoader dxf2({"DXF2"}, "AutoCAD DXF Files");
@@ -98,7 +100,7 @@ TEST(QelModelFormat, SupportedTypesAndTheDialogFilter)
     EXPECT_EQ(QelModel::GetFilenameFilters(),
               "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|"
               " (*.raw)|*.raw|"
-              "AutoCAD DXF Files (*.dxf)|*.dxf|AutoCAD DXF Files (*.DXF2)|*.DXF2|"
+              "AutoCAD DXF Files (*.dxf)|*.dxf|AutoCAD DXF Files (*.DXF2)|*.DXF2|Collada Files (*.dae)|*.dae|"
               "Wavefront Object Files (*.obj)|*.obj|ZUB Model Files (*.zmf)|*.zmf|All Files (*.*)|*.*|||");
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qel/models/CColladaLoader.h"
 #include "qel/models/CDxfLoader.h"
 #include "qel/models/CObjLoader.h"
 #include "qel/models/CZmfLoader.h"
@@ -17,6 +18,7 @@ public:
     CObjLoader m_cObj;
     CZmfLoader m_cZmf;
     CDxfLoader m_cDxf;
+    CColladaLoader m_cCollada;
 
 private:
     QelBuiltInFormats() = default;
