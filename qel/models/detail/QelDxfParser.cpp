@@ -263,8 +263,11 @@ void QelDxfParser::ParseEntities(QelDxfBuilder::SBlock* pBlock)
         }
         const STypeName* pType = nullptr;
         for (const STypeName& t : kTypes)
-            if (m_cReader.ValueIs(t.pName, std::strlen(t.pName)))
+            if (m_cReader.ValueSize() > 0 && t.pName[0] == *m_cReader.Value() && m_cReader.ValueIs(t.pName, std::strlen(t.pName)))
+            {
                 pType = &t;
+                break;
+            }
         if (!pType)
         {
             // Entities of other types (text, hatches, dimensions) are read past.

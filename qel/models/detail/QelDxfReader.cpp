@@ -83,41 +83,41 @@ QelDxfReader::EResult QelDxfReader::Next()
     return eGroup;
 }
 
-bool QelDxfReader::ValueIs(const char* pText, size_t nLength) const
-{
-    return m_nValueSize == nLength && std::memcmp(m_pValue, pText, nLength) == 0;
-}
-
-/// Plain decimals of at most 19 digits (what CAD programs write) read exactly and fast: the
-/// digits as an integer scaled by an exact power of ten rounds once, as the full reader would.
-/// Anything else (exponents, long mantissas) goes to the full reader.
+/// Plain decimals of at most 19 digits (what CAD programs write) read exactly and fast; anything
+/// else (exponents, long mantissas) goes to the full reader.
 static bool FastDecimal(const char* p, const char* e, double& f)
 {
-    static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                     1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
+                                     1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
     const bool bNeg = p < e && *p == '-';
     p += bNeg || (p < e && *p == '+');
+    if (e - p > 20)
+        return false;
+    const char* pStart = p;
     uint64_t n = 0;
-    int nDigits = 0, nFraction = 0;
-    bool bPoint = false;
-    for (; p < e; ++p)
+    unsigned d;
+    while (p < e && (d = unsigned(*p - '0')) <= 9)
     {
-        const unsigned d = unsigned(*p - '0');
-        if (d <= 9)
+        n = n * 10 + d;
+        ++p;
+    }
+    const char* pPoint = p;
+    if (p < e && *p == '.')
+    {
+        ++p;
+        while (p < e && (d = unsigned(*p - '0')) <= 9)
         {
             n = n * 10 + d;
-            nFraction += bPoint;
-            if (++nDigits > 19)
-                return false;
+            ++p;
         }
-        else if (*p == '.' && !bPoint)
-            bPoint = true;
-        else
-            return false;
     }
-    if (nDigits == 0 || n > (uint64_t(1) << 53))
+    const long nDigits = long(p - pStart) - (pPoint < p ? 1 : 0);
+    // At most 19 digits fit the integer; up to 2^53 it converts exactly, and one division by an
+    // exact power of ten rounds once.
+    if (p != e || nDigits == 0 || nDigits > 19 || n > (uint64_t(1) << 53))
         return false;
-    f = double(n) / kPowers[nFraction]; // nFraction <= 19: the power is exact
+    const long nFraction = pPoint < p ? long(p - pPoint - 1) : 0;
+    f = double(n) / kPowers[nFraction];
     f = bNeg ? -f : f;
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 /// Walks ASCII DXF text held in memory as pairs of lines: a group code and its value. Nothing is
@@ -29,7 +30,10 @@ public:
     const char* Value() const { return m_pValue; }
     size_t ValueSize() const { return m_nValueSize; }
     std::string ValueString() const { return std::string(m_pValue, m_nValueSize); }
-    bool ValueIs(const char* pText, size_t nLength) const;
+    bool ValueIs(const char* pText, size_t nLength) const
+    {
+        return m_nValueSize == nLength && std::memcmp(m_pValue, pText, nLength) == 0;
+    }
     /// Line of the current group code (1-based).
     unsigned Line() const { return m_nLine; }
     /// The value as a number; false when it is not one (or not finite).
