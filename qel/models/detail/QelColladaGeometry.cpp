@@ -27,8 +27,13 @@ struct QelColladaGeometry::SBuild
     std::vector<uint32_t> vOffsets; // distinct offsets the inputs read
     uint32_t nStride = 1;
     QelModelMesh* pMesh = nullptr;
-    std::vector<uint32_t> vSingle; // by index, when one offset serves every input
-    std::unordered_map<uint64_t, uint32_t> mapPair;
+    /// By the first offset's index: the vertex (one offset) or the head of a chain (two offsets).
+    std::vector<uint32_t> vSingle;
+    struct SLink
+    {
+        uint32_t nSecond, nVertex, nNext;
+    };
+    std::vector<SLink> vChain;
     std::unordered_map<std::string, uint32_t> mapMany;
     std::string strKey;
     uint32_t nBadIndex = 0;
@@ -86,13 +91,20 @@ struct QelColladaGeometry::SBuild
         }
         if (vOffsets.size() == 2)
         {
-            const uint64_t k = uint64_t(pTuple[vOffsets[0]]) << 32 | pTuple[vOffsets[1]];
-            auto it = mapPair.find(k);
-            if (it != mapPair.end())
-                return it->second;
+            // Chains per first index, as few corners share one: no hashing.
+            const uint32_t a = pTuple[vOffsets[0]], b = pTuple[vOffsets[1]];
+            if (a < vSingle.size())
+                for (uint32_t k = vSingle[a]; k != kBad; k = vChain[k].nNext)
+                    if (vChain[k].nSecond == b)
+                        return vChain[k].nVertex;
             const uint32_t v = Make(pTuple);
             if (v != kBad)
-                mapPair.emplace(k, v);
+            {
+                if (a >= vSingle.size())
+                    vSingle.resize(size_t(a) + 1, kBad);
+                vChain.push_back({b, v, vSingle[a]});
+                vSingle[a] = uint32_t(vChain.size() - 1);
+            }
             return v;
         }
         strKey.clear();
@@ -135,7 +147,7 @@ const QelColladaGeometry::SSource* QelColladaGeometry::Source(const std::string&
         m_log.Warn(Line(pAccessor), "accessor of source [" + strId + "] reads no float array; the source is not used");
         return nullptr;
     }
-    if (!Floats(itArray->second, s.vData))
+    if (!Floats(itArray->second, s.vData, size_t(std::strtoull(Attr(itArray->second, "count").c_str(), nullptr, 10))))
         m_log.Warn(Line(itArray->second), "float array [" + strArray + "] holds a word that is not a number; the numbers before it are read");
     auto number = [&](const char* pName, size_t nDefault) {
         const std::string str = Attr(pAccessor, pName);

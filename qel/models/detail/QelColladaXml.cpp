@@ -1,5 +1,6 @@
 #include "qel/models/detail/QelColladaXml.h"
 
+#include "qel/models/detail/QelFastNumber.h"
 #include "qel/models/detail/QelLoadLog.h"
 
 #include <libxml/parser.h>
@@ -38,32 +39,6 @@ bool IsSpace(char c)
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
 }
 
-/// Calls f(begin, end) for each blank-separated word of the element's text nodes; stops when f
-/// returns false. A word split across two text nodes (around a comment) reads as two.
-template <typename F>
-bool EachWord(const xmlNode* p, F f)
-{
-    for (const xmlNode* c = p ? p->children : nullptr; c; c = c->next)
-    {
-        if (c->type != XML_TEXT_NODE && c->type != XML_CDATA_SECTION_NODE)
-            continue;
-        const char* s = reinterpret_cast<const char*>(c->content);
-        if (!s)
-            continue;
-        const char* e = s + std::strlen(s);
-        while (s < e)
-        {
-            while (s < e && IsSpace(*s))
-                ++s;
-            const char* w = s;
-            while (s < e && !IsSpace(*s))
-                ++s;
-            if (w < s && !f(w, s))
-                return false;
-        }
-    }
-    return true;
-}
 } // namespace
 
 xmlDocPtr QelColladaXml::Parse(const char* pData, size_t nSize, QelLoadLog& log)
@@ -163,36 +138,79 @@ unsigned QelColladaXml::Line(const xmlNode* p)
     return n > 0 ? unsigned(n) : 0;
 }
 
-bool QelColladaXml::Floats(const xmlNode* p, std::vector<float>& v)
+bool QelColladaXml::Floats(const xmlNode* p, std::vector<float>& v, size_t nExpected)
 {
-    return EachWord(p, [&v](const char* b, const char* e) {
-        float f = 0.0f;
-        if (b < e && *b == '+')
-            ++b;
-        auto r = std::from_chars(b, e, f);
-        if (r.ec == std::errc::invalid_argument || r.ptr != e)
-            return false;
-        if (r.ec == std::errc::result_out_of_range || !std::isfinite(f))
-            f = 0.0f; // beyond a float, or nan: no coordinate to draw with
-        v.push_back(f);
-        return true;
-    });
+    for (const xmlNode* c = p ? p->children : nullptr; c; c = c->next)
+    {
+        if ((c->type != XML_TEXT_NODE && c->type != XML_CDATA_SECTION_NODE) || !c->content)
+            continue;
+        const char* s = reinterpret_cast<const char*>(c->content);
+        if (nExpected)
+        {
+            // The declared count is believed only as far as the text could hold it.
+            const size_t nMost = std::strlen(s) / 2 + 1;
+            v.reserve(v.size() + (nExpected < nMost ? nExpected : nMost));
+            nExpected = 0;
+        }
+        for (;;)
+        {
+            while (IsSpace(*s))
+                ++s;
+            if (!*s)
+                break;
+            const char* w = s;
+            while (*s && !IsSpace(*s))
+                ++s;
+            double d = 0.0;
+            if (QelFastNumber::Decimal(w, s, d))
+            {
+                v.push_back(float(d));
+                continue;
+            }
+            float f = 0.0f;
+            auto r = std::from_chars(*w == '+' ? w + 1 : w, s, f);
+            if (r.ec == std::errc::invalid_argument || r.ptr != s)
+                return false;
+            if (r.ec == std::errc::result_out_of_range || !std::isfinite(f))
+                f = 0.0f; // beyond a float, or nan: no coordinate to draw with
+            v.push_back(f);
+        }
+    }
+    return true;
 }
 
 bool QelColladaXml::Indices(const xmlNode* p, std::vector<uint32_t>& v)
 {
-    return EachWord(p, [&v](const char* b, const char* e) {
-        uint64_t n = 0;
-        for (const char* q = b; q < e; ++q)
+    for (const xmlNode* c = p ? p->children : nullptr; c; c = c->next)
+    {
+        if ((c->type != XML_TEXT_NODE && c->type != XML_CDATA_SECTION_NODE) || !c->content)
+            continue;
+        const char* s = reinterpret_cast<const char*>(c->content);
+        // Index lists are the bulk of a document: read in one tight pass over the
+        // zero-terminated text, with room made once for the most it can hold.
+        const size_t nLength = std::strlen(s);
+        v.reserve(v.size() + nLength / 2 + 1);
+        for (;;)
         {
-            if (unsigned(*q - '0') > 9)
+            while (IsSpace(*s))
+                ++s;
+            if (!*s)
+                break;
+            uint64_t n = 0;
+            const char* w = s;
+            unsigned d;
+            while ((d = unsigned(*s - '0')) <= 9)
+            {
+                n = n * 10 + d;
+                n = n > 0xFFFFFFFFull ? 0xFFFFFFFFull : n;
+                ++s;
+            }
+            if (s == w || (*s && !IsSpace(*s)))
                 return false;
-            n = n * 10 + unsigned(*q - '0');
-            n = n > 0xFFFFFFFFull ? 0xFFFFFFFFull : n;
+            v.push_back(uint32_t(n));
         }
-        v.push_back(uint32_t(n));
-        return true;
-    });
+    }
+    return true;
 }
 
 std::string QelColladaXml::Fragment(const std::string& strUrl)

@@ -29,8 +29,8 @@ std::string Attr(const xmlNode* p, const char* pName);
 std::string Text(const xmlNode* p);
 unsigned Line(const xmlNode* p);
 /// The numbers of the element's text appended to v; false when a word is not a number (those read
-/// before it stay).
-bool Floats(const xmlNode* p, std::vector<float>& v);
+/// before it stay). nExpected, when known, reserves room (as far as the text could hold it).
+bool Floats(const xmlNode* p, std::vector<float>& v, size_t nExpected = 0);
 /// Non-negative integers (indices); false at a word that is not one. Values too large for 32 bits
 /// become 0xFFFFFFFF, which no source reaches.
 bool Indices(const xmlNode* p, std::vector<uint32_t>& v);

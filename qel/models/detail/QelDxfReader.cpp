@@ -1,5 +1,7 @@
 #include "qel/models/detail/QelDxfReader.h"
 
+#include "qel/models/detail/QelFastNumber.h"
+
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -83,50 +85,11 @@ QelDxfReader::EResult QelDxfReader::Next()
     return eGroup;
 }
 
-/// Plain decimals of at most 19 digits (what CAD programs write) read exactly and fast; anything
-/// else (exponents, long mantissas) goes to the full reader.
-static bool FastDecimal(const char* p, const char* e, double& f)
-{
-    static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
-                                     1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
-    const bool bNeg = p < e && *p == '-';
-    p += bNeg || (p < e && *p == '+');
-    if (e - p > 20)
-        return false;
-    const char* pStart = p;
-    uint64_t n = 0;
-    unsigned d;
-    while (p < e && (d = unsigned(*p - '0')) <= 9)
-    {
-        n = n * 10 + d;
-        ++p;
-    }
-    const char* pPoint = p;
-    if (p < e && *p == '.')
-    {
-        ++p;
-        while (p < e && (d = unsigned(*p - '0')) <= 9)
-        {
-            n = n * 10 + d;
-            ++p;
-        }
-    }
-    const long nDigits = long(p - pStart) - (pPoint < p ? 1 : 0);
-    // At most 19 digits fit the integer; up to 2^53 it converts exactly, and one division by an
-    // exact power of ten rounds once.
-    if (p != e || nDigits == 0 || nDigits > 19 || n > (uint64_t(1) << 53))
-        return false;
-    const long nFraction = pPoint < p ? long(p - pPoint - 1) : 0;
-    f = double(n) / kPowers[nFraction];
-    f = bNeg ? -f : f;
-    return true;
-}
-
 bool QelDxfReader::Double(double& f) const
 {
     const char* p = m_pValue;
     const char* e = p + m_nValueSize;
-    if (FastDecimal(p, e, f))
+    if (QelFastNumber::Decimal(p, e, f))
         return true;
     if (p < e && *p == '+')
         ++p;
