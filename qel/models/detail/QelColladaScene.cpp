@@ -229,7 +229,7 @@ void QelColladaScene::InstanceGeometry(const xmlNode* pInstance, int nNode)
     for (const xmlNode* p = Child(Child(Child(pInstance, "bind_material"), "technique_common"), "instance_material"); p;
          p = Next(p, "instance_material"))
         mapBound.emplace(Attr(p, "symbol"), Fragment(Attr(p, "target")));
-    const std::vector<QelColladaPrimitive>& vPrims = itCached->second;
+    std::vector<QelColladaPrimitive>& vPrims = itCached->second;
     for (size_t i = 0; i < vPrims.size(); ++i)
     {
         auto itBound = mapBound.find(vPrims[i].strMaterial);
@@ -245,7 +245,15 @@ void QelColladaScene::InstanceGeometry(const xmlNode* pInstance, int nNode)
         auto itMesh = m_mapMeshes.find(key);
         if (itMesh == m_mapMeshes.end())
         {
-            m_data.m_vMeshes.push_back(vPrims[i].cMesh);
+            // The first use takes the primitive's geometry; uses with other materials copy it.
+            auto itFirst = m_mapFirstMesh.find(std::make_pair(strId, i));
+            if (itFirst == m_mapFirstMesh.end())
+            {
+                m_mapFirstMesh.emplace(std::make_pair(strId, i), int(m_data.m_vMeshes.size()));
+                m_data.m_vMeshes.push_back(std::move(vPrims[i].cMesh));
+            }
+            else
+                m_data.m_vMeshes.push_back(QelModelMesh(m_data.m_vMeshes[size_t(itFirst->second)]));
             m_data.m_vMeshes.back().m_nMaterial = nMaterial;
             itMesh = m_mapMeshes.emplace(key, int(m_data.m_vMeshes.size() - 1)).first;
         }

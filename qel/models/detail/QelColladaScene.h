@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 class QelModelData;
@@ -44,6 +45,8 @@ private:
     std::map<std::string, std::vector<QelColladaPrimitive>> m_mapGeometries;
     /// (geometry, primitive, material) to mesh.
     std::map<std::tuple<std::string, size_t, int>, int> m_mapMeshes;
+    /// (geometry, primitive) to the mesh that took its geometry.
+    std::map<std::pair<std::string, size_t>, int> m_mapFirstMesh;
     std::map<std::string, int> m_mapMaterials;
     std::vector<const xmlNode*> m_vPath;
     bool m_bDepthReported = false;
