@@ -264,3 +264,25 @@ TEST(CColladaLoader, FilesThatCannotBeReadAreReported)
               std::vector<std::string>{"<error> CColladaLoader - [" + dir.File("missing.dae") + "] cannot be opened\n"});
     EXPECT_FALSE(CColladaLoader::LoadFromMemory(nullptr, 0, "none", "", data));
 }
+
+TEST(CColladaLoader, InstancesWithOtherMaterialsGetTheirOwnMeshes)
+{
+    QelModelTempDir dir;
+    dir.Write("tex.png", "x");
+    QelCapture cap;
+    QelModelData data;
+    const std::string strDoc = Document("", Scene("<node id=\"a\"><instance_geometry url=\"#quad\">" + std::string(kBind) +
+                                                  "</instance_geometry></node><node id=\"b\"><instance_geometry url=\"#quad\"/></node>"));
+    ASSERT_TRUE(LoadText(dir, "twice.dae", strDoc, data));
+    EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
+    // Node b's unbound symbols draw with the default material: the four bound primitives again,
+    // the two without a material shared.
+    ASSERT_EQ(data.m_vMeshes.size(), 10u);
+    ASSERT_EQ(data.m_vNodes[2].m_vMeshes.size(), 6u);
+    for (int n : data.m_vNodes[2].m_vMeshes)
+    {
+        EXPECT_EQ(data.m_vMeshes[size_t(n)].m_nMaterial, -1);
+        EXPECT_FALSE(data.m_vMeshes[size_t(n)].m_vPositions.empty());
+    }
+    EXPECT_EQ(data.m_vMeshes[6].m_vTriangles, data.m_vMeshes[0].m_vTriangles);
+}
