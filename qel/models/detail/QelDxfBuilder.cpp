@@ -10,7 +10,6 @@
 
 namespace
 {
-const uint32_t kWhite = 0xFFFFFFFFu;
 const double kDegrees = 0.017453292519943295;
 
 std::string UpperKey(const char* p, size_t n)
