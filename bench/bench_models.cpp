@@ -1,6 +1,8 @@
 // Loading a large OBJ file: the library's loader beside tinyobjloader and assimp, on a 1000 x 1000
 // grid (2 million triangles, normals, texture coordinates, four materials, about 200 MB) and on its
-// quad version. The files are generated into the build tree on the first run. Peak memory of each
+// quad version. DXF: 500,000 triangles as 3DFACE entities and as one polyface mesh, the library's
+// reader beside assimp. COLLADA: the same 500,000 triangles with normals, the library's reader
+// beside assimp and beside libxml2's bare parse of the document. The files are generated into the build tree on the first run. Peak memory of each
 // loader is measured in a child process of its own (wait4's maximum resident size). The own format
 // is written from the loaded model and read back for comparison. Times are process CPU times (the
 // best of three), since the machine running this is usually shared.
@@ -29,12 +31,15 @@
 #include <assimp/scene.h>
 #endif
 
+#include <libxml/parser.h>
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -126,6 +131,114 @@ std::string GridFile(bool bQuads)
     return strPath;
 }
 
+/// A 500 x 500 grid of cells, two triangles each (500,000), in one layer: as 3DFACE entities
+/// or as one polyface mesh over the shared corners.
+void WriteDxf(const std::string& strPath, bool bPolyface)
+{
+    const int nCells = 500, n = nCells + 1;
+    FILE* f = std::fopen(strPath.c_str(), "wb");
+    if (!f)
+        return;
+    std::fprintf(f, "0\nSECTION\n2\nENTITIES\n");
+    auto z = [](int x, int y) { return 0.05 * std::sin(x * 0.05) * std::cos(y * 0.05); };
+    if (bPolyface)
+    {
+        std::fprintf(f, "0\nPOLYLINE\n8\n0\n66\n1\n70\n64\n71\n%d\n72\n%d\n", n * n, 2 * nCells * nCells);
+        for (int y = 0; y < n; ++y)
+            for (int x = 0; x < n; ++x)
+                std::fprintf(f, "0\nVERTEX\n8\n0\n10\n%.6f\n20\n%.6f\n30\n%.6f\n70\n192\n", x * 0.01, y * 0.01, z(x, y));
+        for (int y = 0; y < nCells; ++y)
+            for (int x = 0; x < nCells; ++x)
+            {
+                int a = y * n + x + 1, b = a + 1, c = a + n + 1, d = a + n;
+                std::fprintf(f, "0\nVERTEX\n8\n0\n10\n0.0\n20\n0.0\n30\n0.0\n70\n128\n71\n%d\n72\n%d\n73\n%d\n", a, b, c);
+                std::fprintf(f, "0\nVERTEX\n8\n0\n10\n0.0\n20\n0.0\n30\n0.0\n70\n128\n71\n%d\n72\n%d\n73\n%d\n", a, c, d);
+            }
+        std::fprintf(f, "0\nSEQEND\n8\n0\n");
+    }
+    else
+    {
+        for (int y = 0; y < nCells; ++y)
+            for (int x = 0; x < nCells; ++x)
+                for (int k = 0; k < 2; ++k)
+                {
+                    int cx[3] = {x, x + 1, k ? x : x + 1}, cy[3] = {y, y + 1, k ? y + 1 : y};
+                    std::fprintf(f, "0\n3DFACE\n8\n0\n");
+                    for (int i = 0; i < 4; ++i)
+                    {
+                        int j = i < 3 ? i : 2;
+                        std::fprintf(f, "1%d\n%.6f\n2%d\n%.6f\n3%d\n%.6f\n", i, cx[j] * 0.01, i, cy[j] * 0.01, i,
+                                     z(cx[j], cy[j]));
+                    }
+                }
+    }
+    std::fprintf(f, "0\nENDSEC\n0\nEOF\n");
+    std::fclose(f);
+}
+
+std::string DxfFile(bool bPolyface)
+{
+    ::mkdir("bench_models_data", 0755);
+    std::string strPath = std::string("bench_models_data/") + (bPolyface ? "grid_polyface.dxf" : "grid_3dfaces.dxf");
+    if (FileSize(strPath) < 1000000)
+    {
+        std::fprintf(stderr, "generating %s\n", strPath.c_str());
+        WriteDxf(strPath, bPolyface);
+    }
+    return strPath;
+}
+
+/// The DXF grid as a COLLADA document: positions and normals with their own index offsets.
+void WriteCollada(const std::string& strPath)
+{
+    const int nCells = 500, n = nCells + 1;
+    FILE* f = std::fopen(strPath.c_str(), "wb");
+    if (!f)
+        return;
+    std::fprintf(f, "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<COLLADA xmlns=\"http://www.collada.org/2005/11/"
+                    "COLLADASchema\" version=\"1.4.1\">\n<asset><unit meter=\"1\"/><up_axis>Y_UP</up_axis></asset>\n"
+                    "<library_geometries><geometry id=\"grid\"><mesh>\n<source id=\"p\"><float_array id=\"pa\" count=\"%d\">",
+                 3 * n * n);
+    for (int y = 0; y < n; ++y)
+        for (int x = 0; x < n; ++x)
+            std::fprintf(f, "%.6f %.6f %.6f\n", x * 0.01, y * 0.01, 0.05 * std::sin(x * 0.05) * std::cos(y * 0.05));
+    std::fprintf(f, "</float_array><technique_common><accessor source=\"#pa\" count=\"%d\" stride=\"3\"><param name=\"X\" "
+                    "type=\"float\"/><param name=\"Y\" type=\"float\"/><param name=\"Z\" type=\"float\"/></accessor>"
+                    "</technique_common></source>\n<source id=\"nm\"><float_array id=\"na\" count=\"%d\">",
+                 n * n, 3 * n * n);
+    for (int y = 0; y < n; ++y)
+        for (int x = 0; x < n; ++x)
+            std::fprintf(f, "%.6f %.6f %.6f\n", 0.0, 0.0, 1.0);
+    std::fprintf(f, "</float_array><technique_common><accessor source=\"#na\" count=\"%d\" stride=\"3\"><param name=\"X\" "
+                    "type=\"float\"/><param name=\"Y\" type=\"float\"/><param name=\"Z\" type=\"float\"/></accessor>"
+                    "</technique_common></source>\n<vertices id=\"v\"><input semantic=\"POSITION\" source=\"#p\"/></vertices>\n"
+                    "<triangles count=\"%d\"><input semantic=\"VERTEX\" source=\"#v\" offset=\"0\"/><input semantic=\"NORMAL\" "
+                    "source=\"#nm\" offset=\"1\"/><p>",
+                 n * n, 2 * nCells * nCells);
+    for (int y = 0; y < nCells; ++y)
+        for (int x = 0; x < nCells; ++x)
+        {
+            int a = y * n + x, b = a + 1, c = a + n + 1, d = a + n;
+            std::fprintf(f, "%d %d %d %d %d %d %d %d %d %d %d %d\n", a, a, b, b, c, c, a, a, c, c, d, d);
+        }
+    std::fprintf(f, "</p></triangles>\n</mesh></geometry></library_geometries>\n<library_visual_scenes><visual_scene id=\"s\">"
+                    "<node id=\"n\"><instance_geometry url=\"#grid\"/></node></visual_scene></library_visual_scenes>\n"
+                    "<scene><instance_visual_scene url=\"#s\"/></scene>\n</COLLADA>\n");
+    std::fclose(f);
+}
+
+std::string ColladaFile()
+{
+    ::mkdir("bench_models_data", 0755);
+    std::string strPath = "bench_models_data/grid.dae";
+    if (FileSize(strPath) < 1000000)
+    {
+        std::fprintf(stderr, "generating %s\n", strPath.c_str());
+        WriteCollada(strPath);
+    }
+    return strPath;
+}
+
 /// One load by the named loader; returns a count so that nothing is optimized away.
 size_t LoadWith(const std::string& strWho, const std::string& strFile)
 {
@@ -135,6 +248,16 @@ size_t LoadWith(const std::string& strWho, const std::string& strFile)
         std::vector<char> v(size_t(FileSize(strFile)));
         f.read(v.data(), std::streamsize(v.size()));
         return size_t(f.gcount());
+    }
+    if (strWho == "libxml2")
+    {
+        std::ifstream f(strFile, std::ios::binary);
+        std::vector<char> v(size_t(FileSize(strFile)));
+        f.read(v.data(), std::streamsize(v.size()));
+        xmlDocPtr pDoc = xmlReadMemory(v.data(), int(v.size()), "bench.dae", nullptr, XML_PARSE_NONET | XML_PARSE_HUGE);
+        size_t n = pDoc ? 1 : 0;
+        xmlFreeDoc(pDoc);
+        return n;
     }
     if (strWho == "qel")
     {
@@ -187,10 +310,25 @@ double PeakMb(const std::string& strWho, const std::string& strFile)
     return fKb / 1024.0;
 }
 
-void BM_Load(benchmark::State& state, std::string strWho, bool bQuads)
+/// The OBJ grid (eObjTriangles, eObjQuads) or a DXF file (eDxfFaces, eDxfPolyface).
+enum EBenchFile
 {
-    const std::string strFile = GridFile(bQuads);
-    const std::string strKey = strWho + (bQuads ? " quads" : " triangles");
+    eObjTriangles = 0,
+    eObjQuads = 1,
+    eDxfFaces = 2,
+    eDxfPolyface = 3,
+    eCollada = 4,
+    eBenchFileCount = 5
+};
+const char* const kBenchFileKeys[] = {" triangles", " quads", " dxf 3dfaces", " dxf polyface", " collada"};
+static_assert(sizeof(kBenchFileKeys) / sizeof(kBenchFileKeys[0]) == eBenchFileCount, "one key per file");
+
+void BM_Load(benchmark::State& state, std::string strWho, int nFile)
+{
+    const std::string strFile = nFile == eCollada    ? ColladaFile()
+                                : nFile >= eDxfFaces ? DxfFile(nFile == eDxfPolyface)
+                                                     : GridFile(nFile == eObjQuads);
+    const std::string strKey = strWho + kBenchFileKeys[nFile];
     double fBest = 1e30;
     for (auto _ : state)
     {
@@ -385,14 +523,16 @@ void BM_Draw(benchmark::State& state, bool bRaw)
 
 void PrintRatios()
 {
-    std::printf("\n%-28s %10s %10s %12s %12s\n", "load", "best cpu ms", "vs tinyobj", "peak MB", "peak/file");
-    for (const char* pShape : {" triangles", " quads"})
-        for (const char* pWho : {"read", "qel", "tinyobjloader", "assimp"})
+    std::printf("\n%-28s %10s %10s %12s %12s\n", "load", "best cpu ms", "vs peer", "peak MB", "peak/file");
+    for (const char* pShape : kBenchFileKeys)
+        for (const char* pWho : {"read", "qel", "tinyobjloader", "assimp", "libxml2"})
         {
             std::string strKey = std::string(pWho) + pShape;
             if (!s_mapBestMs.count(strKey))
                 continue;
-            double fPeer = s_mapBestMs.count(std::string("tinyobjloader") + pShape) ? s_mapBestMs["tinyobjloader" + std::string(pShape)] : 0.0;
+            // OBJ against tinyobjloader, DXF against assimp, COLLADA against libxml2's bare parse.
+            std::string strPeer = std::string(std::strstr(pShape, "dxf") ? "assimp" : std::strstr(pShape, "collada") ? "libxml2" : "tinyobjloader") + pShape;
+            double fPeer = s_mapBestMs.count(strPeer) ? s_mapBestMs[strPeer] : 0.0;
             std::printf("%-28s %10.1f %10.2f %12.1f %12.2f\n", strKey.c_str(), s_mapBestMs[strKey],
                         fPeer > 0 ? s_mapBestMs[strKey] / fPeer : 0.0, s_mapPeakMb[strKey],
                         s_mapPeakMb[strKey] / s_mapFileMb[strKey]);
@@ -432,10 +572,22 @@ int main(int argc, char** argv)
 #ifdef QEL_BENCH_ASSIMP
     vWho.push_back("assimp");
 #endif
-    for (bool bQuads : {false, true})
+    for (int nFile : {eObjTriangles, eObjQuads})
         for (const std::string& strWho : vWho)
-            benchmark::RegisterBenchmark(("ObjLoad/" + strWho + (bQuads ? "/quads" : "/triangles")).c_str(), BM_Load,
-                                         strWho, bQuads)
+            benchmark::RegisterBenchmark(("ObjLoad/" + strWho + (nFile == eObjQuads ? "/quads" : "/triangles")).c_str(),
+                                         BM_Load, strWho, nFile)
+                ->Unit(benchmark::kMillisecond)
+                ->Iterations(3);
+    for (int nFile : {eDxfFaces, eDxfPolyface})
+        for (const std::string& strWho : vWho)
+            if (strWho != "tinyobjloader")
+                benchmark::RegisterBenchmark(("DxfLoad/" + strWho + (nFile == eDxfFaces ? "/3dfaces" : "/polyface")).c_str(),
+                                             BM_Load, strWho, nFile)
+                    ->Unit(benchmark::kMillisecond)
+                    ->Iterations(3);
+    for (const std::string strWho : {"read", "libxml2", "qel", "assimp"})
+        if (strWho != "assimp" || std::find(vWho.begin(), vWho.end(), strWho) != vWho.end())
+            benchmark::RegisterBenchmark(("ColladaLoad/" + strWho).c_str(), BM_Load, strWho, int(eCollada))
                 ->Unit(benchmark::kMillisecond)
                 ->Iterations(3);
     benchmark::RegisterBenchmark("OwnFormat/write", BM_OwnFormat, true)->Unit(benchmark::kMillisecond)->Iterations(3);

@@ -111,6 +111,8 @@
 
 // models
 #include "qel/models/C3dsLoader.h"
+#include "qel/models/CColladaLoader.h"
+#include "qel/models/CDxfLoader.h"
 #include "qel/models/CObjLoader.h"
 #include "qel/models/CShpLoader.h"
 #include "qel/models/CZmfLoader.h"

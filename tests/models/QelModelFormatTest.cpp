@@ -54,7 +54,6 @@ TEST(QelModelFormat, ExtensionsAreRegisteredOnceWhateverTheirCase)
 
 TEST(QelModelFormat, LookupTakesTheTextAfterTheLastPoint)
 {
-    LabelledLoader dxf({"dxf"}, "AutoCAD DXF Files");
     struct Row
     {
         const char* m_pFile;
@@ -86,22 +85,25 @@ TEST(QelModelFormat, SupportedTypesAndTheDialogFilter)
 {
     std::vector<QelModelFormat::SFileType> vTypes;
     QelModelFormat::GetSupportedFileTypes(vTypes);
-    ASSERT_EQ(vTypes.size(), 4u);
+    ASSERT_EQ(vTypes.size(), 6u);
     EXPECT_EQ(vTypes[0].m_strExtension + "|" + vTypes[0].m_strLabel, "3ds|3D Studio MAX Files");
-    EXPECT_EQ(vTypes[1].m_strExtension + "|" + vTypes[1].m_strLabel, "obj|Wavefront Object Files");
-    EXPECT_EQ(vTypes[2].m_strExtension + "|" + vTypes[2].m_strLabel, "shp|Shapefiles");
-    EXPECT_EQ(vTypes[3].m_strExtension + "|" + vTypes[3].m_strLabel, "zmf|ZUB Model Files");
+    EXPECT_EQ(vTypes[1].m_strExtension + "|" + vTypes[1].m_strLabel, "dae|Collada Files");
+    EXPECT_EQ(vTypes[2].m_strExtension + "|" + vTypes[2].m_strLabel, "dxf|AutoCAD DXF Files");
+    EXPECT_EQ(vTypes[3].m_strExtension + "|" + vTypes[3].m_strLabel, "obj|Wavefront Object Files");
+    EXPECT_EQ(vTypes[4].m_strExtension + "|" + vTypes[4].m_strLabel, "shp|Shapefiles");
+    EXPECT_EQ(vTypes[5].m_strExtension + "|" + vTypes[5].m_strLabel, "zmf|ZUB Model Files");
     EXPECT_EQ(QelModel::GetFilenameFilters(),
               "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|3D Studio MAX Files (*.3ds)|*.3ds|"
-              "Shapefiles (*.shp)|*.shp|Wavefront Object Files (*.obj)|*.obj|"
-              "ZUB Model Files (*.zmf)|*.zmf|All Files (*.*)|*.*|||");
+              "AutoCAD DXF Files (*.dxf)|*.dxf|Collada Files (*.dae)|*.dae|Shapefiles (*.shp)|*.shp|"
+              "Wavefront Object Files (*.obj)|*.obj|ZUB Model Files (*.zmf)|*.zmf|All Files (*.*)|*.*|||");
 
-    LabelledLoader dxf({"dxf", "DXF2"}, "AutoCAD DXF Files");
+    LabelledLoader dxf2({"DXF2"}, "AutoCAD DXF Files");
     BareLoader bare({"raw"});
     EXPECT_EQ(QelModel::GetFilenameFilters(),
               "Common Model Formats|*.3ds;*.dae;*.dxf;*.obj|"
               " (*.raw)|*.raw|3D Studio MAX Files (*.3ds)|*.3ds|"
-              "AutoCAD DXF Files (*.dxf)|*.dxf|AutoCAD DXF Files (*.DXF2)|*.DXF2|Shapefiles (*.shp)|*.shp|"
+              "AutoCAD DXF Files (*.dxf)|*.dxf|AutoCAD DXF Files (*.DXF2)|*.DXF2|Collada Files (*.dae)|*.dae|"
+              "Shapefiles (*.shp)|*.shp|"
               "Wavefront Object Files (*.obj)|*.obj|ZUB Model Files (*.zmf)|*.zmf|All Files (*.*)|*.*|||");
 }
 

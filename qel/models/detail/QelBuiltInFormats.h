@@ -1,6 +1,8 @@
 #pragma once
 
 #include "qel/models/C3dsLoader.h"
+#include "qel/models/CColladaLoader.h"
+#include "qel/models/CDxfLoader.h"
 #include "qel/models/CObjLoader.h"
 #include "qel/models/CShpLoader.h"
 #include "qel/models/CZmfLoader.h"
@@ -19,6 +21,8 @@ public:
     CZmfLoader m_cZmf;
     C3dsLoader m_c3ds;
     CShpLoader m_cShp;
+    CDxfLoader m_cDxf;
+    CColladaLoader m_cCollada;
 
 private:
     QelBuiltInFormats() = default;

@@ -1,6 +1,7 @@
 #include "qel/models/detail/QelLoadLog.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/platform/QelMappedFile.h"
 
 QelLoadLog::~QelLoadLog()
 {
@@ -30,4 +31,22 @@ void QelLoadLog::Error(const std::string& strReason)
 void QelLoadLog::Note(const std::string& strReason)
 {
     QelSysApp::App().PrintToConsole("<warning> %s - [%s] %s\n", m_pLoader, m_strFile.c_str(), strReason.c_str());
+}
+
+bool QelLoadLog::Open(QelMappedFile& file)
+{
+    switch (file.Open(m_strFile))
+    {
+    case QelMappedFile::eOpened:
+        return true;
+    case QelMappedFile::eIsDirectory:
+        Error("is a folder, not a file");
+        return false;
+    case QelMappedFile::eNotFound:
+        Error("cannot be opened");
+        return false;
+    default:
+        Error("cannot be read");
+        return false;
+    }
 }

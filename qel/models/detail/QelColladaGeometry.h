@@ -1,0 +1,69 @@
+#pragma once
+
+#include "qel/models/QelModelMesh.h"
+#include "qel/models/detail/QelColladaXml.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+class QelLoadLog;
+
+/// One primitive element of a COLLADA mesh (triangles, polylist, polygons, tristrips, trifans,
+/// lines, linestrips) as model geometry, with the material symbol it names.
+struct QelColladaPrimitive
+{
+    std::string strMaterial;
+    QelModelMesh cMesh;
+    /// The texture coordinate set of each layer of cMesh.
+    std::vector<int> vSets;
+};
+
+/// Reads the mesh of a <geometry>: its sources through their accessors, and each primitive with
+/// its inputs and index offsets into vertices made once per distinct index combination.
+class QelColladaGeometry
+{
+public:
+    QelColladaGeometry(const QelColladaXml::IdMap& ids, QelLoadLog& log) : m_ids(ids), m_log(log) {}
+
+    /// The primitives of the geometry (none for geometry that is not a mesh, with a warning).
+    std::vector<QelColladaPrimitive> Read(const xmlNode* pGeometry);
+
+private:
+    struct SSource
+    {
+        std::vector<float> vData;
+        size_t nCount = 0, nStride = 1, nOffset = 0, nComponents = 0;
+        bool bGood = false;
+        float At(size_t i, size_t k, float fDefault) const
+        {
+            return k < nComponents ? vData[nOffset + i * nStride + k] : fDefault;
+        }
+    };
+    enum EKind
+    {
+        ePosition = 0,
+        eNormal,
+        eTexCoord,
+        eColor
+    };
+    struct SInput
+    {
+        EKind eKind;
+        uint32_t nOffset;
+        int nSet;
+        int nLayer;
+        const SSource* pSource;
+    };
+    struct SBuild;
+
+    const SSource* Source(const std::string& strUrl, unsigned nLine);
+    bool ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive& out);
+    void AddInput(std::vector<SInput>& v, const std::string& strSemantic, uint32_t nOffset, int nSet,
+                  const std::string& strSource, unsigned nLine);
+
+    const QelColladaXml::IdMap& m_ids;
+    QelLoadLog& m_log;
+    std::map<std::string, SSource> m_mapSources;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <libxml/tree.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class QelLoadLog;
+
+/// Small readers over a parsed COLLADA document. Names compare without namespace prefixes; text is
+/// taken from text nodes only, so entity references are never expanded.
+namespace QelColladaXml
+{
+/// Parses the bytes (any encoding libxml2 detects, with or without a byte-order mark) without
+/// network access or entity substitution; null, with the parser's message, when not well-formed.
+xmlDocPtr Parse(const char* pData, size_t nSize, QelLoadLog& log);
+
+bool Is(const xmlNode* p, const char* pName);
+/// The first element child of that name, or null.
+const xmlNode* Child(const xmlNode* p, const char* pName);
+/// The next element sibling of that name after p, or null.
+const xmlNode* Next(const xmlNode* p, const char* pName);
+/// Every element child of that name.
+std::vector<const xmlNode*> Children(const xmlNode* p, const char* pName);
+std::string Attr(const xmlNode* p, const char* pName);
+/// The text directly inside the element.
+std::string Text(const xmlNode* p);
+unsigned Line(const xmlNode* p);
+/// The numbers of the element's text appended to v; false when a word is not a number (those read
+/// before it stay). nExpected, when known, reserves room (as far as the text could hold it).
+bool Floats(const xmlNode* p, std::vector<float>& v, size_t nExpected = 0);
+/// Non-negative integers (indices); false at a word that is not one. Values too large for 32 bits
+/// become 0xFFFFFFFF, which no source reaches.
+bool Indices(const xmlNode* p, std::vector<uint32_t>& v);
+/// "#id" to "id"; other URLs as they are.
+std::string Fragment(const std::string& strUrl);
+} // namespace QelColladaXml
+
+#include <unordered_map>
+
+namespace QelColladaXml
+{
+/// Elements by their id, over the whole document (walked without recursion).
+using IdMap = std::unordered_map<std::string, const xmlNode*>;
+void IndexIds(const xmlNode* pRoot, IdMap& map);
+} // namespace QelColladaXml

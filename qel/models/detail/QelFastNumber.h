@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+
+/// Plain decimals ("-12.5", "0.000123") as model files write them by the million, read exactly
+/// and fast. Anything else (exponents, more than 19 digits) is left to the general reader.
+namespace QelFastNumber
+{
+/// Reads [p, e) whole as a plain decimal; false (f unchanged) for any other form.
+inline bool Decimal(const char* p, const char* e, double& f)
+{
+    static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
+                                     1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
+    const bool bNeg = p < e && *p == '-';
+    p += bNeg || (p < e && *p == '+');
+    if (e - p > 20)
+        return false;
+    const char* pStart = p;
+    uint64_t n = 0;
+    unsigned d;
+    while (p < e && (d = unsigned(*p - '0')) <= 9)
+    {
+        n = n * 10 + d;
+        ++p;
+    }
+    const char* pPoint = p;
+    if (p < e && *p == '.')
+    {
+        ++p;
+        while (p < e && (d = unsigned(*p - '0')) <= 9)
+        {
+            n = n * 10 + d;
+            ++p;
+        }
+    }
+    const long nDigits = long(p - pStart) - (pPoint < p ? 1 : 0);
+    // At most 19 digits fit the integer; up to 2^53 it converts exactly, and one division by an
+    // exact power of ten rounds once.
+    if (p != e || nDigits == 0 || nDigits > 19 || n > (uint64_t(1) << 53))
+        return false;
+    const long nFraction = pPoint < p ? long(p - pPoint - 1) : 0;
+    f = double(n) / kPowers[nFraction];
+    f = bNeg ? -f : f;
+    return true;
+}
+} // namespace QelFastNumber
