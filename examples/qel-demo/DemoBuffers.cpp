@@ -135,13 +135,8 @@ void RestoreState()
 
 void Run(QelDemoApp&)
 {
-    std::string strWhy;
-    if (!QelOffscreenContext::MakeCurrent(kWidth, kHeight, &strWhy))
-    {
-        std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
+    if (!QelDemoBeginFrame(kWidth, kHeight))
         return;
-    }
-    QelOffscreenContext::Resize(kWidth, kHeight);
     std::printf("  path: %s\n", glGenBuffersARB ? "OpenGL buffer objects" : "client arrays (no buffer objects)");
 
     const Torus t = MakeTorus(64, 32, 0.7f, 0.28f);

@@ -83,12 +83,8 @@ private:
 
 void Run(QelDemoApp&)
 {
-    std::string strWhy;
-    if (!QelOffscreenContext::MakeCurrent(kSize, kSize, &strWhy))
-    {
-        std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
+    if (!QelDemoBeginFrame(kSize, kSize))
         return;
-    }
 
     // The root keeps the default transform: a quarter turn about Z, so its children's +X is up.
     DemoTile root("Base", 0.35f, 0.35f, 0.40f);

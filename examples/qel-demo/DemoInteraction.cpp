@@ -102,13 +102,8 @@ public:
 
 void Run(QelDemoApp&)
 {
-    std::string strWhy;
-    if (!QelOffscreenContext::MakeCurrent(kWidth, kHeight, &strWhy))
-    {
-        std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
+    if (!QelDemoBeginFrame(kWidth, kHeight))
         return;
-    }
-    QelOffscreenContext::Resize(kWidth, kHeight);
 
     DemoBlock tower("Tower", QelVec3(0.6f, 0.6f, 1.5f), 0.85f, 0.3f, 0.2f);
     tower.SetTranslation(QelVec3(-2.0f, 0.5f, 1.5f));

@@ -120,13 +120,8 @@ void DrawTorus(float fMajor, float fMinor, int nRings, int nSides)
 
 void Run(QelDemoApp&)
 {
-    std::string strWhy;
-    if (!QelOffscreenContext::MakeCurrent(kWidth, kHeight, &strWhy))
-    {
-        std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
+    if (!QelDemoBeginFrame(kWidth, kHeight))
         return;
-    }
-    QelOffscreenContext::Resize(kWidth, kHeight);
     const std::string strDir = QelDemoOutputDir();
     if (!WriteBytes(strDir + "/checker.bmp", CheckerBmp()) || !WriteBytes(strDir + "/stripes.dds", StripesDds()))
     {

@@ -113,13 +113,8 @@ void PrintCounts(const char* pWhat, const QelModelData& d)
 
 void Run(QelDemoApp& app)
 {
-    std::string strWhy;
-    if (!QelOffscreenContext::MakeCurrent(kWidth, kHeight, &strWhy))
-    {
-        std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
+    if (!QelDemoBeginFrame(kWidth, kHeight))
         return;
-    }
-    QelOffscreenContext::Resize(kWidth, kHeight);
     const std::string strDir = QelDemoOutputDir();
     // The material library names its texture in another case, as files made on Windows do.
     if (!WriteText(strDir + "/checker.tga", CheckerTga()) || !WriteText(strDir + "/scene.mtl", kSceneMtl) ||

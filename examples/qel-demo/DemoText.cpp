@@ -44,13 +44,8 @@ private:
 
 void Run(QelDemoApp&)
 {
-    std::string strWhy;
-    if (!QelOffscreenContext::MakeCurrent(kWidth, kHeight, &strWhy))
-    {
-        std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
+    if (!QelDemoBeginFrame(kWidth, kHeight))
         return;
-    }
-    QelOffscreenContext::Resize(kWidth, kHeight);
 
     std::string strFile, strFamily;
     if (QelFontCache::ResolveFont(QelLogicalFont("DejaVu Sans", 14), strFile, strFamily))

@@ -53,3 +53,7 @@ void QelDemoHeading(const char* pTitle);
 
 /// Folder the demo writes its output files to (created on demand).
 std::string QelDemoOutputDir();
+
+/// Makes the offscreen context current at the given size; false, with the reason printed, when there is
+/// none (the section then draws nothing).
+bool QelDemoBeginFrame(int nWidth, int nHeight);

@@ -1,6 +1,7 @@
 #include "QelDemo.h"
 
 #include "qel/framework/QelObjectMessage.h"
+#include "qel/platform/QelOffscreenContext.h"
 #include "qel/platform/QelTimer.h"
 
 #include <cstdarg>
@@ -108,6 +109,17 @@ std::string QelDemoOutputDir()
     std::string dir = "qel-demo-output";
     mkdir(dir.c_str(), 0755);
     return dir;
+}
+
+bool QelDemoBeginFrame(int nWidth, int nHeight)
+{
+    std::string strWhy;
+    if (!QelOffscreenContext::MakeCurrent(nWidth, nHeight, &strWhy))
+    {
+        std::printf("  no offscreen OpenGL context (%s): nothing drawn\n", strWhy.c_str());
+        return false;
+    }
+    return QelOffscreenContext::Resize(nWidth, nHeight);
 }
 
 int main()
