@@ -1,6 +1,7 @@
 #include "qel/models/detail/QelLoadLog.h"
 
 #include "qel/framework/QelSysApp.h"
+#include "qel/models/detail/QelLoadSteps.h"
 #include "qel/platform/QelMappedFile.h"
 
 QelLoadLog::~QelLoadLog()
@@ -35,18 +36,5 @@ void QelLoadLog::Note(const std::string& strReason)
 
 bool QelLoadLog::Open(QelMappedFile& file)
 {
-    switch (file.Open(m_strFile))
-    {
-    case QelMappedFile::eOpened:
-        return true;
-    case QelMappedFile::eIsDirectory:
-        Error("is a folder, not a file");
-        return false;
-    case QelMappedFile::eNotFound:
-        Error("cannot be opened");
-        return false;
-    default:
-        Error("cannot be read");
-        return false;
-    }
+    return QelOpenModelFile(m_strFile, file, *this);
 }
