@@ -4,17 +4,21 @@
 #include "qel/models/QelModelFormat.h"
 #include "qel/platform/QelOffscreenContext.h"
 #include "tests/materials/QelMaterialsTestUtil.h"
+#include "tests/models/Qel3dsTestFile.h"
 #include "tests/models/QelModelTestSupport.h"
+#include "tests/models/QelShpTestFile.h"
 #include "tests/support/QelGLTest.h"
 #include "tests/support/QelTestApp.h"
 
 #include <GL/glew.h>
 #include <gtest/gtest.h>
+#include <shapefil.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -245,4 +249,91 @@ TEST(QelModelDraw, LinesAndVertexColorsAreDrawnToo)
     ExpectPixel(40, 48, Rgb(255, 255, 255), "line");
     ExpectPixel(40, 40, Rgb(0, 0, 0), "beside the line");
     EXPECT_FALSE(glIsEnabled(GL_COLOR_MATERIAL));
+}
+
+namespace
+{
+/// Each imported format draws one quad over the left half of the frame, x in [-0.8, -0.1] and
+/// y in [-0.6, 0.6], in the color its material or layer gives it.
+struct SFormatRow
+{
+    const char* pName;
+    std::string (*fnWrite)(const QelModelTempDir& dir);
+    uint32_t nColor;
+};
+
+std::string Write3ds(const QelModelTempDir& dir)
+{
+    using namespace Qel3dsBytes;
+    const std::string strMaterial = Material("Green", MaterialColor(0xA020, 0, 255, 0));
+    const std::string strQuad = Object("Quad", Points({{-0.8f, -0.6f, 0}, {-0.1f, -0.6f, 0}, {-0.1f, 0.6f, 0},
+                                                       {-0.8f, 0.6f, 0}}) +
+                                                   Faces({{{0, 1, 2}}, {{0, 2, 3}}}, MaterialGroup("Green", {0, 1})));
+    return dir.Write("quad.3ds", File(strMaterial + strQuad, ""));
+}
+
+std::string WriteDxf(const QelModelTempDir& dir)
+{
+    // Layer "Walls" has color index 1, red; the face takes its layer's color.
+    return dir.Write("quad.dxf", "0\nSECTION\n2\nTABLES\n0\nTABLE\n2\nLAYER\n0\nLAYER\n2\nWalls\n70\n0\n62\n1\n"
+                                 "0\nENDTAB\n0\nENDSEC\n0\nSECTION\n2\nENTITIES\n0\n3DFACE\n8\nWalls\n"
+                                 "10\n-0.8\n20\n-0.6\n30\n0\n11\n-0.1\n21\n-0.6\n31\n0\n"
+                                 "12\n-0.1\n22\n0.6\n32\n0\n13\n-0.8\n23\n0.6\n33\n0\n0\nENDSEC\n0\nEOF\n");
+}
+
+std::string WriteCollada(const QelModelTempDir& dir)
+{
+    return dir.Write("quad.dae", R"(<?xml version="1.0" encoding="utf-8"?>
+<COLLADA xmlns="http://www.collada.org/2005/11/COLLADASchema" version="1.4.1">
+<asset><up_axis>Y_UP</up_axis></asset>
+<library_effects><effect id="fx"><profile_COMMON><technique sid="t"><lambert><diffuse><color>0 0 1 1</color></diffuse>
+</lambert></technique></profile_COMMON></effect></library_effects>
+<library_materials><material id="blue"><instance_effect url="#fx"/></material></library_materials>
+<library_geometries><geometry id="quad"><mesh>
+ <source id="pos"><float_array id="pos-a" count="12">-0.8 -0.6 0 -0.1 -0.6 0 -0.1 0.6 0 -0.8 0.6 0</float_array>
+  <technique_common><accessor source="#pos-a" count="4" stride="3"><param name="X" type="float"/>
+  <param name="Y" type="float"/><param name="Z" type="float"/></accessor></technique_common></source>
+ <vertices id="v"><input semantic="POSITION" source="#pos"/></vertices>
+ <triangles count="2" material="m"><input semantic="VERTEX" source="#v" offset="0"/><p>0 1 2 0 2 3</p></triangles>
+</mesh></geometry></library_geometries>
+<library_visual_scenes><visual_scene id="s"><node id="n"><instance_geometry url="#quad"><bind_material>
+ <technique_common><instance_material symbol="m" target="#blue"/></technique_common></bind_material>
+</instance_geometry></node></visual_scene></library_visual_scenes>
+<scene><instance_visual_scene url="#s"/></scene>
+</COLLADA>
+)");
+}
+
+std::string WriteShapefile(const QelModelTempDir& dir)
+{
+    // A shapefile has no colors: the default material's gray.
+    SShape quad{"Quad", {0}, {}, {-0.8, -0.8, -0.1, -0.1, -0.8}, {-0.6, 0.6, 0.6, -0.6, -0.6}, {}};
+    return WriteShapes(dir, "quad", SHPT_POLYGON, {quad});
+}
+} // namespace
+
+TEST(QelModelDraw, EachImportedFormatShowsItsColorWhereTheModelIs)
+{
+    QEL_REQUIRE_GL_SIZED(kSize, kSize);
+    const SFormatRow aRows[] = {
+        {"3DS", Write3ds, Rgb(0, 255, 0)},
+        {"DXF", WriteDxf, Rgb(255, 0, 0)},
+        {"COLLADA", WriteCollada, Rgb(0, 0, 255)},
+        {"shapefile", WriteShapefile, Rgb(204, 204, 204)},
+    };
+    for (const SFormatRow& row : aRows)
+    {
+        SCOPED_TRACE(row.pName);
+        QelModelTempDir dir;
+        QelCapture cap;
+        QelModel model;
+        ASSERT_TRUE(model.LoadFile(row.fnWrite(dir)));
+        BeginFrame();
+        model.Render();
+        EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
+        ExpectPixel(16, 32, row.nColor, "inside the quad");
+        ExpectPixel(48, 32, Rgb(0, 0, 0), "right of the quad");
+        ExpectPixel(16, 58, Rgb(0, 0, 0), "above the quad");
+        EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+    }
 }
