@@ -54,6 +54,9 @@ void QelDemoHeading(const char* pTitle);
 /// Folder the demo writes its output files to (created on demand).
 std::string QelDemoOutputDir();
 
+/// Writes the bytes to a file; false when it cannot be written whole.
+bool QelDemoWriteFile(const std::string& strPath, const std::string& strBytes);
+
 /// Makes the offscreen context current at the given size; false, with the reason printed, when there is
 /// none (the section then draws nothing).
 bool QelDemoBeginFrame(int nWidth, int nHeight);

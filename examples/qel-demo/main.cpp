@@ -111,6 +111,15 @@ std::string QelDemoOutputDir()
     return dir;
 }
 
+bool QelDemoWriteFile(const std::string& strPath, const std::string& strBytes)
+{
+    FILE* p = std::fopen(strPath.c_str(), "wb");
+    if (!p)
+        return false;
+    const bool bOk = std::fwrite(strBytes.data(), 1, strBytes.size(), p) == strBytes.size();
+    return std::fclose(p) == 0 && bOk;
+}
+
 bool QelDemoBeginFrame(int nWidth, int nHeight)
 {
     std::string strWhy;
