@@ -18,15 +18,6 @@ namespace
 {
 const int kWidth = 384, kHeight = 288;
 
-bool WriteText(const std::string& strPath, const std::string& strText)
-{
-    FILE* p = std::fopen(strPath.c_str(), "wb");
-    if (!p)
-        return false;
-    const bool bOk = std::fwrite(strText.data(), 1, strText.size(), p) == strText.size();
-    return std::fclose(p) == 0 && bOk;
-}
-
 /// A 64 x 64 checker of cream and terracotta squares as an uncompressed 24-bit Targa file.
 std::string CheckerTga()
 {
@@ -117,8 +108,8 @@ void Run(QelDemoApp& app)
         return;
     const std::string strDir = QelDemoOutputDir();
     // The material library names its texture in another case, as files made on Windows do.
-    if (!WriteText(strDir + "/checker.tga", CheckerTga()) || !WriteText(strDir + "/scene.mtl", kSceneMtl) ||
-        !WriteText(strDir + "/scene.obj", SceneObj()))
+    if (!QelDemoWriteFile(strDir + "/checker.tga", CheckerTga()) || !QelDemoWriteFile(strDir + "/scene.mtl", kSceneMtl) ||
+        !QelDemoWriteFile(strDir + "/scene.obj", SceneObj()))
     {
         std::printf("  could not write the demo's model to %s\n", strDir.c_str());
         return;
