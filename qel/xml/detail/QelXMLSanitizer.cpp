@@ -220,7 +220,15 @@ void FixAttributes(xmlDoc* pDoc, xmlNode* pElement, Reporter& report)
             xmlFree(const_cast<xmlChar*>(pNs->prefix));
             pNs->prefix = xmlStrdup(reinterpret_cast<const xmlChar*>(strFixed.c_str()));
         }
-        if (pNs->href && QelXMLFixText(Text(pNs->href), strFixed))
+        // libxml2 writes a namespace name between quotes without escaping it, so a '&' or '<' in
+        // it (an entity reference kept from a document with a DTD, say) would not parse again.
+        bool bFixed = pNs->href && QelXMLFixText(Text(pNs->href), strFixed);
+        if (pNs->href && !bFixed)
+            strFixed = Text(pNs->href);
+        for (char& c : strFixed)
+            if (c == '&' || c == '<')
+                c = '_', bFixed = true;
+        if (pNs->href && bFixed)
         {
             report.Report("namespace name", pElement, Text(pNs->href));
             xmlFree(const_cast<xmlChar*>(pNs->href));
