@@ -1,7 +1,5 @@
 #include "QelDemo.h"
 
-#include "qel/display/QelCamera.h"
-#include "qel/display/QelLight.h"
 #include "qel/models/QelModel.h"
 #include "qel/models/QelModelFormat.h"
 #include "qel/platform/QelOffscreenContext.h"
@@ -167,21 +165,7 @@ bool WriteFiles(const std::string& strDir)
 void DrawInColumn(QelModel& model, int nColumn)
 {
     const int nWidth = kWidth / kFormats;
-    QelCamera camera;
-    camera.SetViewport(nColumn * nWidth, 0, nWidth, kHeight);
-    camera.SetView(QelCamera::eViewThreeQuarter);
-    camera.SetAutoClipping(false);
-    camera.ZoomToBox(model.GetModelData().m_cBounds);
-    camera.FitClipToBox(model.GetModelData().m_cBounds);
-    QelLight light;
-    light.SetHeadLight(true);
-    light.TurnOn(true);
-    glViewport(nColumn * nWidth, 0, nWidth, kHeight);
-    camera.Apply();
-    QelLight::ApplyAll(camera.GetViewMatrix());
-    model.Render();
-    light.TurnOn(false);
-    glDisable(GL_LIGHTING);
+    QelDemoDrawModel(model, nColumn * nWidth, 0, nWidth, kHeight);
 }
 
 void Run(QelDemoApp&)

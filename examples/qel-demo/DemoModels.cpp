@@ -1,7 +1,5 @@
 #include "QelDemo.h"
 
-#include "qel/display/QelCamera.h"
-#include "qel/display/QelLight.h"
 #include "qel/models/QelModel.h"
 #include "qel/models/QelModelFormat.h"
 #include "qel/platform/QelOffscreenContext.h"
@@ -74,24 +72,11 @@ const char* const kSceneMtl = "newmtl checker\nKa 1 1 1\nKd 1 1 1\nKs 0.5 0.5 0.
 /// The model framed from the three-quarter view under a head light; the frame as RGBA bytes.
 std::vector<unsigned char> DrawFramed(QelModel& model)
 {
-    QelCamera camera;
-    camera.SetViewport(0, 0, kWidth, kHeight);
-    camera.SetView(QelCamera::eViewThreeQuarter);
-    camera.SetAutoClipping(false);
-    camera.ZoomToBox(model.GetModelData().m_cBounds);
-    camera.FitClipToBox(model.GetModelData().m_cBounds);
-    QelLight light;
-    light.SetHeadLight(true);
-    light.TurnOn(true);
     glClearColor(0.08f, 0.09f, 0.12f, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glEnable(GL_DEPTH_TEST);
-    camera.Apply();
-    QelLight::ApplyAll(camera.GetViewMatrix());
-    model.Render();
+    QelDemoDrawModel(model, 0, 0, kWidth, kHeight);
     glFinish();
-    light.TurnOn(false);
-    glDisable(GL_LIGHTING);
     glDisable(GL_DEPTH_TEST);
     return QelOffscreenContext::ReadFrame();
 }

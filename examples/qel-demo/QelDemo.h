@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+class QelModel;
+
 /// The demo's application object: prints the log with its level shown, colored on a terminal.
 class QelDemoApp : public QelSysApp
 {
@@ -60,3 +62,7 @@ bool QelDemoWriteFile(const std::string& strPath, const std::string& strBytes);
 /// Makes the offscreen context current at the given size; false, with the reason printed, when there is
 /// none (the section then draws nothing).
 bool QelDemoBeginFrame(int nWidth, int nHeight);
+
+/// Draws the model into the given part of the frame, framed to its bounds from the three-quarter view
+/// under a head light; the lights are off again afterwards.
+void QelDemoDrawModel(QelModel& model, int nX, int nY, int nWidth, int nHeight);
