@@ -48,26 +48,13 @@ docs: setup
 	@echo "docs: $(BUILD)/docs/html/index.html, $$(sort -u $(BUILD)/docs/warnings.log | grep -c 'warning:' || true) warnings (see $(BUILD)/docs/warnings.log)"
 
 # Every fuzz target for FUZZ_SECONDS each, from its seed corpus, in the sanitizer build (libFuzzer
-# needs Clang). What a target finds goes to its scratch corpus in the build tree; a fault stops the
-# run, its input saved as $(SAN_BUILD)/fuzz/artifacts/<target>-crash-*.
+# needs Clang). What a target finds goes to its scratch corpus in the build tree; a fault fails the
+# run, its input saved as $(SAN_BUILD)/fuzz/artifacts/<target>-crash-*. FUZZ_JOBS targets run at once.
 fuzz: setup
 	@cmake -S . -B $(SAN_BUILD) $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQEL_SANITIZE=ON \
 	  -DQEL_BUILD_BENCHMARKS=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ >/dev/null
 	@cmake --build $(SAN_BUILD) --target fuzzers -j $(JOBS)
-	@mkdir -p $(SAN_BUILD)/fuzz/artifacts
-	@for src in fuzz/fuzz_*.cpp; do \
-	  name=$$(basename $$src .cpp); \
-	  mkdir -p $(SAN_BUILD)/fuzz/corpus/$$name; \
-	  echo "== $$name, $(FUZZ_SECONDS) s"; \
-	  ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-	    $(SAN_BUILD)/fuzz/$$name -max_total_time=$(FUZZ_SECONDS) -max_len=4096 -print_final_stats=1 \
-	    -artifact_prefix=$(SAN_BUILD)/fuzz/artifacts/$$name- \
-	    $(SAN_BUILD)/fuzz/corpus/$$name fuzz/corpus/$$name > $(SAN_BUILD)/fuzz/$$name.log 2>&1; \
-	  status=$$?; \
-	  grep -E "^#[0-9]+[[:space:]]+(INITED|DONE)|stat::number_of_executed_units|ERROR|SUMMARY|fuzz check failed" \
-	    $(SAN_BUILD)/fuzz/$$name.log; \
-	  if [ $$status -ne 0 ]; then echo "$$name found a fault (see $(SAN_BUILD)/fuzz/$$name.log)"; exit 1; fi; \
-	done
+	@bash scripts/fuzz.sh $(SAN_BUILD) $(FUZZ_SECONDS) $(FUZZ_JOBS)
 
 install: build
 	@cmake --install $(BUILD) --prefix $(PREFIX)
