@@ -121,6 +121,11 @@ std::string QelCanonicalizePath(const std::string& strPath)
     }
     if (n > 0 && isSep(strPath[n - 1]) && nParts > 0)
         out += '\\';
+    // A leading ".." that went away can leave a first segment that reads as a drive ("../S:.\\s"
+    // gives "S:.\\s"); fold once more as a drive path so that a canonical path is its own canonical
+    // form, which the texture cache's keys rely on. The second call has a prefix, so it stops there.
+    if (nRoot == 0 && out.size() >= 2 && out[1] == ':')
+        return QelCanonicalizePath(out);
     return out;
 }
 

@@ -105,6 +105,14 @@ TEST(QelString, CanonicalizePath)
     EXPECT_EQ(QelCanonicalizePath("/x/y/"), "\\x\\y\\");
     EXPECT_EQ(QelCanonicalizePath("//srv/..//"), "\\\\");
     EXPECT_EQ(QelCanonicalizePath("C:..\\a"), "C:a");
+    // A ".." that goes away uncovers what reads as a drive: the result must already be canonical.
+    for (const char* pPath : {"../S:.\\s", "a/../../S:..\\x", "../S:/x"})
+    {
+        SCOPED_TRACE(pPath);
+        const std::string strOnce = QelCanonicalizePath(pPath);
+        EXPECT_EQ(QelCanonicalizePath(strOnce), strOnce);
+    }
+    EXPECT_EQ(QelCanonicalizePath("../S:.\\s"), "S:s");
 }
 
 TEST(QelTimer, MonotonicSeconds)
