@@ -57,7 +57,7 @@ public:
     void SetDisplaySystem(QelDisplaySystem* pView) { m_pView = pView; }
 
     // Projection
-    /// Perspective or orthographic, kept in "Camera:Projection" (so it is saved and undoable).
+    /// Perspective or orthographic, kept in "Camera:Projection" (saved with the camera).
     ///@{
     EProjection GetProjection();
     void SetProjection(EProjection eProjection);

@@ -101,7 +101,7 @@ public:
     ///@}
     /// Marks the view as needing a redraw.
     virtual void Redraw();
-    /// Whether the host may move the keyboard focus to this view when the mouse enters it; true here.
+    /// Whether the host may give this view the keyboard focus by itself; true here.
     virtual bool AllowFocusManipulation();
     /// Whether the host should create a multisampled surface for this view; false here.
     virtual bool AllowMultisampling();
@@ -138,7 +138,7 @@ public:
     ///@}
     /// Wheel motion in the usual units: 120 per notch, positive away from the user.
     virtual void MouseWheelMotion(const QelMouseState& mouse, short nDelta);
-    /// A button of the toolbar described by GetToolbarInfo was pressed (index from 0).
+    /// A button of the toolbar described by GetToolbarInfo was pressed.
     virtual void ToolbarButtonPress(unsigned int nButton);
     /// The host asks how to show a toolbar button; leave the flags as they are for the default.
     virtual void UpdateToolbarButton(unsigned int nButton, bool& bEnabled, bool& bChecked);
@@ -170,7 +170,7 @@ public:
     virtual bool NeedsRedraw();
     virtual void ResetRedrawFlag();
     ///@}
-    /// Whether a document that is loaded may open this view on its own; true by default.
+    /// A flag for the host: whether loading a document may open this view; true by default.
     ///@{
     virtual void SetAllowOpenOnLoad(bool bAllow);
     virtual bool IsAllowedOpenOnLoad();

@@ -63,7 +63,8 @@ public:
     bool HasTransform() const;
     ///@}
 
-    /// Writes "Transform:Translation:X/Y/Z" (so undo, histories and expressions see the change).
+    /// Writes "Transform:Translation:X/Y/Z" through their setters, so the change is announced as an
+    /// edit in a property bar would be.
     void SetTranslation(const QelVec3& vTranslation);
     /// Sets the three scale factors and Uniform to 1.
     void SetScale(const QelVec3& vScale);

@@ -156,7 +156,7 @@ public:
     virtual std::string GetPropertyBarPostScript(QelProperty* pProperty);
     /// Whether pFrom may feed pTo; a derived object refuses links it cannot honour. True here.
     virtual bool WillAcceptConnection(QelProperty* pFrom, QelProperty* pTo);
-    /// Fills the entry nIndex of the property's history on request; false (nothing done) here.
+    /// Asked to derive a history that IsHistoryManuallyDerived claims; false (nothing done) here.
     virtual bool ManuallyDeriveHistory(QelProperty* pProperty, int nIndex);
     /// Called when a button property is pressed or written; nothing here.
     virtual void ButtonPressed(QelProperty* pProperty);
@@ -179,7 +179,7 @@ protected:
     /// Feeds pTarget from pSource (type check, conversion, enumeration clamp) and announces it.
     bool UpdateProperty(QelProperty* pTarget, QelProperty* pSource);
 
-    /// Connections kept for derived classes, keyed by their own choice (the fed property's name is usual).
+    /// Connection records kept for derived classes, keyed as they choose; copied with the container.
     std::map<std::string, SConnectionRecord> m_mapConnections;
 
 private:

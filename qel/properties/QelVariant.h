@@ -125,7 +125,7 @@ public:
     operator bool() const { return m_eType == eDataBoolean ? m_bValue : ConvertToBool(); }
     operator int() const { return m_eType == eDataInteger ? m_nValue : ConvertToInt(); }
     ///@}
-    /// The integer value cut to 16 bits, as the automation interface passes short numbers.
+    /// The integer conversion cut to 16 bits (higher bits are dropped, not saturated).
     ///@{
     operator short() const { return short(int(*this)); }
     operator unsigned short() const { return static_cast<unsigned short>(int(*this) & 0xFFFF); }
