@@ -40,7 +40,9 @@ public:
         INDEX_32_BIT = 2
     };
 
+    /// An empty buffer with no layout (VertexSize -1).
     QelGeometryBuffer();
+    /// Shares other's implementation (see the class notes): cheap, and both see later changes.
     QelGeometryBuffer(const QelGeometryBuffer& other);
     /// Shares other's implementation. A derived buffer refuses one of another kind, with an error.
     QelGeometryBuffer& operator=(const QelGeometryBuffer& other);
@@ -48,13 +50,18 @@ public:
 
     /// Turns what the derived buffer gathered into the vertex array.
     virtual void FinishVertices();
+    /// Vertices in the finished array; a derived buffer may count what it gathered before that.
     virtual int NumVertices() const;
     /// Stride of one vertex in bytes; -1 while unset.
     int VertexSize() const;
 
+    /// Append indices to the memory-side array until FinishIndices; a null array or a count past the
+    /// limit is refused with an error and nothing is added.
+    ///@{
     void AddIndex(long nIndex);
     void AddIndices(const int* pIndices, int nCount);
     void AddIndices(const long* pIndices, long nCount);
+    ///@}
     /// Fixes the index width and uploads the indices (each narrowed by a plain cast to that width).
     void FinishIndices(EIndexSize eSize);
     /// The memory-side index count, or the count at the last FinishIndices once that array was dropped.
@@ -63,9 +70,15 @@ public:
     /// although DrawArrays draws it; hosts test Empty() before indexed drawing.
     bool Empty() const;
 
+    /// Sets up the vertex arrays (client state is pushed first); false, with nothing bound, without
+    /// vertices or when the layout does not fit the stride (reported).
     bool BindVertexBuffer() const;
+    /// Binds the index buffer object; true with nothing to do without buffer objects, false when
+    /// FinishIndices made none.
     bool BindIndexBuffer();
+    /// Undoes BindVertexBuffer (pops the client state), for draws that passed bUnBind false.
     static void UnBindVertexBuffer();
+    /// Unbinds any index buffer object.
     static void UnBindIndexBuffer();
 
     /// Draws nCount vertices from nFirst. A count below 1 returns true and touches nothing.
@@ -86,6 +99,7 @@ public:
 protected:
     /// For derived buffers: takes ownership of their own kind of implementation object.
     explicit QelGeometryBuffer(QelGeometryBufferDef* pDef);
+    /// The shared implementation object, for derived buffers to reach their own kind of it.
     QelGeometryBufferDef* Def() const { return m_pDef.get(); }
 
 private:

@@ -25,11 +25,14 @@
 class QEL_EXPORT QelCamera : public QelDisplayObject
 {
 public:
+    /// The values of the "Camera:Projection" enumeration property.
     enum EProjection
     {
         eProjectionPerspective = 0,
         eProjectionOrthographic = 1
     };
+    /// Standard views for SetView: the direction changes, focal point and distance stay. The three
+    /// quarter view is the camera's starting direction.
     enum EViewPreset
     {
         eViewTop = 0,
@@ -48,39 +51,57 @@ public:
     QelCamera(const QelCamera&) = delete;
     QelCamera& operator=(const QelCamera&) = delete;
 
+    /// The point the eye orbits, owned by the camera; moving it pans the view.
     QelFocalPoint& GetFocalPoint() { return m_cFocalPoint; }
     /// Where Zoom finds the objects (GetDisplayObjects) and the selection; may be null.
     void SetDisplaySystem(QelDisplaySystem* pView) { m_pView = pView; }
 
     // Projection
+    /// Perspective or orthographic, kept in "Camera:Projection" (saved with the camera).
+    ///@{
     EProjection GetProjection();
     void SetProjection(EProjection eProjection);
+    ///@}
     /// Vertical field of view in degrees, clamped to [1, 170]; in orthographic projection it sets
     /// the height seen at the focal distance, so switching projections keeps the framing.
     float GetFieldOfView();
+    /// A value that is not finite is refused with a warning (false); one outside [1, 170] is clamped
+    /// with a warning.
     bool SetFieldOfView(float fDegrees);
+    /// The clip distances in world units in front of the eye (0.1 and 1000 for a new camera); with
+    /// automatic clipping on they follow the scene.
+    ///@{
     float GetNearClip();
     float GetFarClip();
+    ///@}
     /// Refused with a warning unless 0 < near < far and both are finite.
     bool SetClipDistances(float fNear, float fFar);
     /// With automatic clipping on, Apply fits near and far around the visible scene every frame.
     bool IsAutoClipping();
+    /// Switches automatic clipping (see IsAutoClipping); kept in a property, so it is saved.
     void SetAutoClipping(bool bAuto);
 
     // Placement
+    /// The orbit in degrees and world units, as described for the class; a stored value that is not
+    /// finite reads as the home view's.
+    ///@{
     float GetAzimuth();
     float GetElevation();
     float GetDistance();
+    ///@}
     /// Refused with a warning when a value is not finite; the elevation is clamped to [-90, 90]
     /// and the distance to at least the smallest distance (the eye never sits on the focal point).
     bool SetOrbit(float fAzimuth, float fElevation, float fDistance);
     /// Places the eye at vEye looking at vTarget (which becomes the focal point).
     bool LookAt(const QelVec3& vEye, const QelVec3& vTarget);
+    /// The eye position in world coordinates, derived from focal point and orbit.
     QelVec3 GetEye();
     /// The focal point's position; one that is not finite is moved to the origin with a warning.
     QelVec3 GetFocus();
     /// Unit vectors of the view: forwards (eye to focal point), up and right.
     void GetFrame(QelVec3& vForward, QelVec3& vUp, QelVec3& vRight);
+    /// Turns the eye to a preset direction around the current focal point at the current distance;
+    /// an unknown preset is ignored with a warning.
     void SetView(EViewPreset ePreset);
     /// Stores the current view as the one eZoomReset goes back to.
     void SetHome();
@@ -89,16 +110,21 @@ public:
     // are relative to the viewport with the origin top left, as QelMouseState gives them.
     /// A size below 1 is clamped to 1 with a warning.
     void SetViewport(int x, int y, int nWidth, int nHeight);
+    /// x, y, width and height as last set (0, 0, 1, 1 for a new camera).
     void GetViewport(int pnViewport[4]) const;
 
     // Matrices
+    /// The OpenGL projection matrix for the viewport's aspect; clip distances that are out of order
+    /// are replaced (with a warning) so the matrix stays usable.
     QelMatrix4 GetProjectionMatrix();
+    /// World to eye coordinates (the modelview matrix before any object transform).
     QelMatrix4 GetViewMatrix();
     /// Loads the projection and modelview matrices; with automatic clipping, fits near and far first.
     void Apply();
     /// World to window coordinates (x, y in pixels, z depth 0 to 1), through gluProject. False
     /// for a point gluProject cannot place (on the eye plane).
     bool Project(const QelVec3& vWorld, QelVec3& vWindow);
+    /// The inverse of Project, through gluUnProject; false when the matrices cannot be inverted.
     bool Unproject(const QelVec3& vWindow, QelVec3& vWorld);
     /// The ray from the near plane through the mouse position; the direction has unit length.
     QelRay GetPickRay(int nMouseX, int nMouseY);
@@ -109,12 +135,19 @@ public:
     float GetUnitsPerPixel(float fDepth);
 
     // Interaction
+    /// Turns the eye around the focal point by a mouse motion in pixels (0.4 degrees per pixel).
     void Tumble(float fDx, float fDy);
+    /// Moves focal point and eye sideways so the point under the mouse follows it (pixels).
     void Pan(float fDx, float fDy);
+    /// Moves focal point and eye together along the view direction by a vertical motion in pixels;
+    /// the distance between them stays.
     void Dolly(float fDy);
     /// Multiplies the distance to the focal point by fFactor (below 1 comes closer).
     void ZoomBy(float fFactor);
+    /// Starts a tumble, pan or dolly by the button and modifiers; true when a drag started, so the
+    /// host knows the camera took the press.
     bool MouseButtonPress(const QelMouseState& mouse);
+    /// Ends a drag; true when one was running.
     bool MouseButtonRelease(const QelMouseState& mouse);
     /// Tumbles, pans or dollies by vecMotion pixels as the held button says; bHandled is set when
     /// the camera moved. True when the view changed.
@@ -133,6 +166,7 @@ public:
     /// The world bounds of the visible objects under the roots that contribute to scene extents.
     static QelBox3 GetSceneExtents(const std::vector<QelDisplayObject*>& vecRoots, bool bSelectedOnly = false);
 
+    /// False: the camera is not part of what zoom to extents frames.
     bool ContributesToSceneExtents() override { return false; }
     bool Save(QelXMLInterface* pXML) override;
     bool Load(QelXMLInterface* pXML) override;

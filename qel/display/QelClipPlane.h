@@ -13,6 +13,7 @@
 class QEL_EXPORT QelClipPlane : public QelSwitchableObject
 {
 public:
+    /// The clipping planes every OpenGL implementation offers (GL_CLIP_PLANE0 to 5).
     static constexpr int kMaxPlanes = 6;
 
     QelClipPlane();
@@ -24,6 +25,7 @@ public:
 
     /// Loads every plane that is on into its OpenGL slot under the view matrix and disables the rest.
     static void ApplyAll(const QelMatrix4& mView);
+    /// The planes that are on, in slot order.
     static std::vector<QelClipPlane*> GetPlanesOn();
 
     bool Save(QelXMLInterface* pXML) override;

@@ -21,8 +21,11 @@ public:
     /// Called for each object a traversal reaches, with the object's world matrix.
     using Visitor = std::function<void(QelDisplayObject& object, const QelMatrix4& mWorld)>;
 
+    /// An object without parent or children; the second form is the plug-in creation path.
+    ///@{
     QelDisplayObject();
     explicit QelDisplayObject(const QelPluginAttributes& attributes);
+    ///@}
     /// Copies the node part; the copy starts without parent and children.
     QelDisplayObject(const QelDisplayObject& other);
     /// Copies the node part; the links of both objects stay as they are.
@@ -30,6 +33,7 @@ public:
     /// Detaches from the parent and from every child.
     ~QelDisplayObject() override;
 
+    /// Display Object, so plug-in lists file it with the drawable objects.
     ECategories GetCategory() const override;
 
     /// Draws the object in its own coordinates; nothing here.
@@ -51,10 +55,13 @@ public:
     bool AddChild(QelDisplayObject* pChild, int nIndex = -1);
     /// Detaches a direct child; false when pChild is not one.
     bool RemoveChild(QelDisplayObject* pChild);
+    /// The parent, or null for a root; it is not owned.
     QelDisplayObject* GetParent() const { return m_pParent; }
+    /// Number of direct children.
     size_t GetChildCount() const { return m_vecChildren.size(); }
     /// Null past the end.
     QelDisplayObject* GetChild(size_t nIndex) const;
+    /// The direct children in drawing order; they are held, not owned.
     const std::vector<QelDisplayObject*>& GetChildren() const { return m_vecChildren; }
     /// True when pObject lies below this object (not for the object itself).
     bool IsAncestorOf(const QelDisplayObject* pObject) const;

@@ -15,6 +15,7 @@
 class QEL_EXPORT QelGrid : public QelDisplayObject
 {
 public:
+    /// The values of the "Grid:Type" enumeration property.
     enum EGridType
     {
         eGridRectangular = 0,
@@ -26,10 +27,14 @@ public:
     QelGrid(const QelGrid&) = delete;
     QelGrid& operator=(const QelGrid&) = delete;
 
+    /// Rectangular lines or polar rings and spokes; also decides how positions snap.
+    ///@{
     EGridType GetGridType();
     void SetGridType(EGridType eType);
+    ///@}
     /// Distance between lines (and rings); at least 1e-6.
     float GetSpacing();
+    /// A value below the minimum or not finite is replaced by the minimum with a warning.
     void SetSpacing(float fSpacing);
     /// Every n-th line (ring) is drawn in the major color.
     void SetMajorEvery(int nLines);
@@ -37,14 +42,19 @@ public:
     void SetLineCount(int nLines);
     /// Spokes of a polar grid, also the angles its positions snap to.
     void SetSpokes(int nSpokes);
+    /// Line colors as RGBA components in 0..1 (stored packed, so 8 bits each).
     void SetColors(const QelVec4& vMinor, const QelVec4& vMajor);
 
+    /// The two snapping switches that SnapPosition, SnapAngle and the manipulators consult.
+    ///@{
     bool IsTranslationSnapOn();
     void SetTranslationSnap(bool bSnap);
     bool IsRotationSnapOn();
     void SetRotationSnap(bool bSnap);
+    ///@}
     /// Degrees that rotations snap to.
     float GetAngleIncrement();
+    /// Sets the increment in degrees, kept within 0.001 to 360 by the property's clamp.
     void SetAngleIncrement(float fDegrees);
 
     /// The world position moved to the nearest grid point when translation snapping is on, else
@@ -55,6 +65,7 @@ public:
     /// The angle rounded to the increment when rotation snapping is on, else unchanged.
     float SnapAngle(float fDegrees);
 
+    /// False: the grid is a drawing aid and does not widen zoom to extents.
     bool ContributesToSceneExtents() override { return false; }
     void Draw() override;
     bool Save(QelXMLInterface* pXML) override;

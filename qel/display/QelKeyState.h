@@ -11,7 +11,7 @@ struct QelKeyState
     unsigned int m_nCharacter = 0;
     /// Auto-repeat count of a held key; 1 for a single press.
     unsigned int m_nRepeat = 1;
-    bool m_bShift = false;
-    bool m_bControl = false;
-    bool m_bAlt = false;
+    bool m_bShift = false;   ///< Shift held during the event.
+    bool m_bControl = false; ///< Control held during the event.
+    bool m_bAlt = false;     ///< Alt held during the event.
 };

@@ -15,18 +15,24 @@
 class QEL_EXPORT QelLight : public QelSwitchableObject
 {
 public:
+    /// The values of the "Light:Type" enumeration property.
     enum ELightType
     {
         eLightDirectional = 0,
         eLightPoint = 1,
         eLightSpot = 2
     };
+    /// The lights every OpenGL implementation offers (GL_LIGHT0 to 7).
     static constexpr int kMaxLights = 8;
 
     QelLight();
 
+    /// Directional lights ignore position and attenuation; only spot lights use the cone.
+    ///@{
     ELightType GetType();
     void SetType(ELightType eType);
+    ///@}
+    /// The three OpenGL light colors as RGBA components in 0..1 (stored packed, so 8 bits each).
     void SetColors(const QelVec4& vAmbient, const QelVec4& vDiffuse, const QelVec4& vSpecular);
     /// Constant, linear and quadratic attenuation of point and spot lights (each at least 0).
     void SetAttenuation(float fConstant, float fLinear, float fQuadratic);
@@ -34,6 +40,7 @@ public:
     void SetSpot(float fCutOff, float fExponent);
     /// A head light follows the camera: it sits at the eye and shines along the view.
     void SetHeadLight(bool bHeadLight);
+    /// Whether the light follows the camera (see SetHeadLight).
     bool IsHeadLight();
     /// Turns the light so that it shines along vDirection; a zero or non-finite vector is refused.
     bool SetDirection(const QelVec3& vDirection);

@@ -22,12 +22,14 @@
 class QEL_EXPORT QelManipulator : public QelDisplayObject
 {
 public:
+    /// What a drag does, and which handles are drawn; the values of "Manipulator:Mode".
     enum EMode
     {
         eModeTranslate = 0,
         eModeRotate = 1,
         eModeScale = 2
     };
+    /// The handle under the mouse or held: one axis, or the plane of two axes (translation only).
     enum EHandle
     {
         eHandleNone = 0,
@@ -45,18 +47,24 @@ public:
     QelManipulator(const QelManipulator&) = delete;
     QelManipulator& operator=(const QelManipulator&) = delete;
 
+    /// Manipulator Object, so picking and plug-in lists can leave it out.
     ECategories GetCategory() const override { return eCategoryManipulatorObject; }
 
     /// The object the handles act on; null hides them. The manipulator holds it, so it lets go
     /// when the object is deleted.
     void SetTarget(QelDisplayObject* pTarget);
+    /// The object the handles act on; null when none (or after it was deleted).
     QelDisplayObject* GetTarget() const { return m_pTarget; }
     /// Targets the first object of the view's selection (none when it is empty).
     void FollowSelection(QelDisplaySystem& view);
+    /// The camera that turns mouse positions into rays and keeps the handles' size on screen; not
+    /// owned. Without one, nothing can be grabbed.
     void SetCamera(QelCamera* pCamera) { m_pCamera = pCamera; }
+    /// The grid whose snapping drags honour; null (the default) snaps nothing. Not owned.
     void SetGrid(QelGrid* pGrid) { m_pGrid = pGrid; }
     /// "Manipulator:Mode".
     void SetMode(EMode eMode);
+    /// The current mode; a stored value out of range reads as the nearest mode.
     EMode GetMode();
     /// Length of the handles in pixels ("Manipulator:Handle size", 10 to 1000).
     void SetHandlePixels(float fPixels);
@@ -70,16 +78,22 @@ public:
     bool Drag(int nMouseX, int nMouseY);
     /// Lets go; the target hears ObjectTransformed(true) once more.
     void EndDrag();
+    /// True between BeginDrag and EndDrag.
     bool IsDragging() const { return m_eGrabbed != eHandleNone; }
+    /// The handle being dragged, or eHandleNone.
     EHandle GetGrabbedHandle() const { return m_eGrabbed; }
 
+    /// A left press on a handle starts a drag (BeginDrag); true when it did.
     bool MouseButtonPress(const QelMouseState& mouse);
+    /// Drags the grabbed handle to the mouse; sets bHandled and returns true when a drag is running.
     bool MouseMotion(const QelMouseState& mouse, QelVec2 vecMotion, bool& bHandled);
+    /// Ends a running drag (EndDrag); true when there was one.
     bool MouseButtonRelease(const QelMouseState& mouse);
 
     /// Draws the handles at the target (world coordinates: the manipulator is drawn at the root of
     /// a scene, without a transform of its own).
     void Draw() override;
+    /// False: the handles do not widen zoom to extents.
     bool ContributesToSceneExtents() override { return false; }
     void OnObjectDeletion(QelBase* pDeleted) override;
     bool Save(QelXMLInterface* pXML) override;

@@ -16,16 +16,16 @@ struct QelMouseState
         eButtonX2 = 16
     };
 
-    /// Position relative to the viewport, in pixels.
-    int m_nX = 0;
-    int m_nY = 0;
+    int m_nX = 0; ///< Position relative to the viewport, in pixels from the left.
+    int m_nY = 0; ///< Position relative to the viewport, in pixels from the top.
     /// Buttons held down, a combination of EMouseButtons.
     unsigned int m_nButtons = eButtonNone;
     /// The button whose press or release this event reports (eButtonNone for motion and wheel).
     EMouseButtons m_eButton = eButtonNone;
-    bool m_bShift = false;
-    bool m_bControl = false;
-    bool m_bAlt = false;
+    bool m_bShift = false;   ///< Shift held during the event.
+    bool m_bControl = false; ///< Control held during the event.
+    bool m_bAlt = false;     ///< Alt held during the event.
 
+    /// Whether the button is among those held (m_nButtons), whichever button the event is about.
     bool IsDown(EMouseButtons eButton) const { return (m_nButtons & unsigned(eButton)) != 0; }
 };

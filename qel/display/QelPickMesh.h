@@ -22,6 +22,8 @@ public:
     QelPickMesh(const QelPickMesh&) = delete;
     QelPickMesh& operator=(const QelPickMesh&) = delete;
 
+    /// Points the mesh at the caller's arrays, which must outlive it or the next SetTriangles;
+    /// pIndices null means nTriangleCount consecutive vertex triples. The structure is rebuilt lazily.
     void SetTriangles(const float* pVertices, size_t nVertexCount, const uint32_t* pIndices, size_t nTriangleCount);
     /// Drops the structure; the next pick builds it again from the arrays.
     void GeometryChanged();

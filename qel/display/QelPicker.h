@@ -12,9 +12,11 @@
 /// One object a pick ray meets: where, and how far along the ray.
 struct QelPickHit
 {
+    /// The object hit; null for no hit.
     QelDisplayObject* m_pObject = nullptr;
     /// Distance along the ray, in units of its direction.
     float m_fDistance = 0.0f;
+    /// The hit point in world coordinates (the ray's own).
     QelVec3 m_vecPoint;
 };
 

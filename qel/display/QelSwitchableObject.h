@@ -21,10 +21,12 @@ public:
 
     /// False, with a warning, when turning on finds no free slot.
     bool TurnOn(bool bOn);
+    /// True while the object holds a slot.
     bool IsOn() const { return GetSlot() >= 0; }
     /// The OpenGL number of the slot (0 for GL_LIGHT0 or GL_CLIP_PLANE0) while on, else -1.
     int GetSlot() const;
 
+    /// False: lights and planes do not widen zoom to extents.
     bool ContributesToSceneExtents() override { return false; }
 
 protected:

@@ -39,26 +39,38 @@ public:
         eTransformPropertyCount
     };
 
+    /// A transform without properties (the identity) until AddTransformProperties; the second form
+    /// is the plug-in creation path.
+    ///@{
     QelTransform();
     explicit QelTransform(const QelPluginAttributes& attributes);
+    ///@}
     /// Copies the container (and so the transform's properties) and the matrix.
     QelTransform(const QelTransform& other);
+    /// Replaces the properties by copies of the other's and takes its matrix; rebuilt on the next read.
     QelTransform& operator=(const QelTransform& other);
     ~QelTransform() override;
 
     /// Creates the property groups asked for that do not exist yet, then sets the initial rotation
     /// (a quarter turn about Z) and the scale (1, 1, 1). All three false: nothing at all happens.
     void AddTransformProperties(bool bTranslation, bool bRotation, bool bScale);
+    /// Whether the translation, rotation or scale group exists; HasTransform is true when any does.
+    /// A missing group reads as its neutral value and ignores writes.
+    ///@{
     bool HasTranslation() const;
     bool HasRotation() const;
     bool HasScale() const;
     bool HasTransform() const;
+    ///@}
 
+    /// Writes "Transform:Translation:X/Y/Z" through their setters, so the change is announced as an
+    /// edit in a property bar would be.
     void SetTranslation(const QelVec3& vTranslation);
     /// Sets the three scale factors and Uniform to 1.
     void SetScale(const QelVec3& vScale);
     /// Axis in x, y, z (normalised; the zero axis becomes (1, 0, 0)), angle in degrees in w.
     void SetRotation(const QelVec4& vAxisAngle);
+    /// SetTranslation, SetRotation and SetScale in one call.
     void SetTransform(const QelVec3& vTranslation, const QelVec4& vAxisAngle, const QelVec3& vScale);
     /// Decomposes an affine matrix: translation from column 3, scale from the lengths of columns 0-2
     /// (a mirroring matrix gets a negative X scale), rotation from the orthonormalised columns.
@@ -79,8 +91,11 @@ public:
     /// group. Bounds and cull radii multiplied by it contain the scaled object.
     float GetMaxScale();
 
+    /// Whether the matrix is out of date with the properties; GetTransform rebuilds it when set.
+    ///@{
     void SetRebuildTransformFlag(bool bRebuild) { m_bRebuild = bRebuild; }
     bool NeedsRebuilding() const { return m_bRebuild; }
+    ///@}
 
     /// Sets the rebuild bit when any transform property changed since the matrix was last built.
     void Calculate() override;

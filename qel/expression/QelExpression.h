@@ -22,6 +22,8 @@ struct MTNode;
 class QEL_EXPORT QelExpression
 {
 public:
+    /// An empty expression serving pProperty, whose container supplies the property variables; null
+    /// leaves only the host's and the global variables.
     explicit QelExpression(QelProperty* pProperty = nullptr);
     /// Copies the text (compiled again for the copy) and the host's variable values; the copy serves
     /// the same property.
@@ -34,6 +36,7 @@ public:
     /// expression and also succeeds. On failure the compiler's message is returned and logged as a
     /// warning, and the expression is left empty.
     std::string SetExpression(const std::string& strText);
+    /// The text as set; empty when no expression is set.
     void GetExpression(std::string& strText) const;
     /// True when a text is set and compiled.
     bool HasExpression() const;
@@ -65,9 +68,12 @@ public:
     static bool ExpressionIsBlank(const std::string& strText);
 
     // Process-wide global variables (exact, case-sensitive names).
+    /// Creates the global or changes its value; every expression reading the name sees it at its next
+    /// evaluation.
     static void SetGlobalVar(const std::string& strName, double fValue);
     /// 0.0 for a name that is not defined.
     static double GetGlobalVar(const std::string& strName);
+    /// Whether a global of exactly that name is defined.
     static bool DoesGlobalVarExist(const std::string& strName);
     /// Refuses (false) while a compiled expression names the variable, so no expression loses a value
     /// it reads; false also for an unknown name.

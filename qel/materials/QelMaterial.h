@@ -15,9 +15,13 @@ class QelXMLInterface;
 class QEL_EXPORT QelMaterial
 {
 public:
+    /// The defaults of Reset.
     QelMaterial();
+    /// Copies every field; texture layers share their OpenGL textures with the source.
+    ///@{
     QelMaterial(const QelMaterial& other);
     QelMaterial& operator=(const QelMaterial& other);
+    ///@}
     ~QelMaterial();
 
     /// OpenGL's own material defaults (ambient 0.2, diffuse 0.8, specular and emission black,
@@ -45,14 +49,21 @@ public:
     /// has a "Textures" element, and their textures are loaded.
     void Load(QelXMLInterface* pXml);
 
+    /// Shown to the user and saved; not used for drawing.
     std::string m_strName;
+    /// The colors as RGBA components in 0..1, passed to glMaterial for both faces.
+    ///@{
     QelVec4 m_vecAmbient;
     QelVec4 m_vecDiffuse;
     QelVec4 m_vecSpecular;
     QelVec4 m_vecEmissive;
+    ///@}
+    /// The specular exponent; Activate limits it to OpenGL's 0 to 128.
     float m_fShininess = 0.0f;
     /// The drawing pass of translucent geometry: models draw layer by layer.
     int m_nRenderLayer = 0;
+    /// The texture layers; Activate gives the enabled ones consecutive texture units, as many as
+    /// the hardware has.
     std::vector<QelTextureLayer> m_vLayers;
 
 private:

@@ -37,10 +37,12 @@ public:
     void DestroyProperties(QelPropertyContainer* pContainer);
     /// Textures the host offers by name in each layer's ":Texture" choice, beside "File".
     void SetStandardTextures(std::vector<std::string> vecNames, const std::vector<QelTexture>& vecTextures);
+    /// True once SetStandardTextures gave at least one texture.
     bool UsesStandardTextures() const;
 
     /// Takes the material and shows it in the properties (null resets to the defaults).
     void Set(const QelMaterial* pMaterial);
+    /// The material as of the last Set or Calculate; it lives as long as the interface.
     const QelMaterial& GetMaterial() const;
 
     /// Reads the properties into the material; textures load when their file or choice changed.
@@ -56,10 +58,13 @@ public:
     /// Turns texturing of this material on or off (colors still apply).
     void Enable(bool bEnable);
 
+    /// Factors Activate multiplies every layer's tiling by, e.g. to match a model's size; 1 by default.
+    ///@{
     void SetUScaleFactor(float fScale);
     void SetVScaleFactor(float fScale);
     float GetUScaleFactor() const;
     float GetVScaleFactor() const;
+    ///@}
 
     /// The description of one of the material's properties, by the end of its name; empty for
     /// other properties. With bAnyPrefix the prefix is not checked.

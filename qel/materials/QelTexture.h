@@ -17,6 +17,7 @@ public:
     QelTexture();
     /// The copy uses the same OpenGL texture and counts as one more user of it.
     QelTexture(const QelTexture& other);
+    /// Releases this texture, then shares the other's as the copy constructor does.
     QelTexture& operator=(const QelTexture& other);
     /// Counts one user less (see Release).
     virtual ~QelTexture();
@@ -47,12 +48,20 @@ public:
     /// Binds no texture to the 2D and the cube-map targets.
     static void Unbind();
 
+    /// True while the object names an OpenGL texture (after a successful load, before Release).
     bool IsValid() const;
+    /// Size of the top mipmap level in pixels; 0 when invalid.
+    ///@{
     unsigned short GetWidth() const;
     unsigned short GetHeight() const;
+    ///@}
+    /// What the loaded image turned out to be: with an alpha channel, block-compressed (DDS), or a
+    /// cube map (bound to the cube-map target, used by the cube coordinate modes).
+    ///@{
     bool HasAlpha() const;
     bool IsCompressed() const;
     bool IsCubeMap() const;
+    ///@}
     /// The OpenGL texture name; 0 when invalid.
     unsigned int GetName() const;
 
@@ -63,10 +72,14 @@ public:
     /// The filter of a file dialog that offers the formats textures load.
     static std::string GetFilenameFilters();
 
+    /// Compare the OpenGL texture names, so two loads of one cached file are equal and textures can
+    /// key ordered containers.
+    ///@{
     bool operator==(const QelTexture& other) const;
     bool operator!=(const QelTexture& other) const;
     bool operator<(const QelTexture& other) const;
     bool operator>(const QelTexture& other) const;
+    ///@}
 
 private:
     QelTextureDef* m_pDef;

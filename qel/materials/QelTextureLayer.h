@@ -52,16 +52,16 @@ public:
         return nCoordinates == eCoordCubeNormal || nCoordinates == eCoordCubeReflection;
     }
 
-    bool m_bEnabled = true;
-    QelTexture m_cTexture;
-    std::string m_strFilename;
-    int m_nCoordinates = eCoordTexCoord0;
-    int m_nTile = eTileBoth;
-    int m_nFunction = eFunctionModulate;
-    float m_fTileU = 1.0f;
-    float m_fTileV = 1.0f;
-    float m_fOffsetU = 0.0f;
-    float m_fOffsetV = 0.0f;
+    bool m_bEnabled = true;               ///< A disabled layer keeps its settings but is not applied.
+    QelTexture m_cTexture;                ///< The loaded texture; invalid when the file did not load.
+    std::string m_strFilename;            ///< The image file, saved with the material and loaded again.
+    int m_nCoordinates = eCoordTexCoord0; ///< An ECoordinates value.
+    int m_nTile = eTileBoth;              ///< An ETile combination.
+    int m_nFunction = eFunctionModulate;  ///< An EFunction value.
+    float m_fTileU = 1.0f;                ///< Repeats across the coordinate range in U.
+    float m_fTileV = 1.0f;                ///< Repeats across the coordinate range in V.
+    float m_fOffsetU = 0.0f;              ///< Shift in U, in texture widths.
+    float m_fOffsetV = 0.0f;              ///< Shift in V, in texture heights.
     /// Degrees.
     float m_fRotation = 0.0f;
 };

@@ -28,5 +28,6 @@ public:
     /// multiply, so a few bytes could otherwise ask for more geometry than any memory holds. Inserts
     /// past the limit are skipped with an error. Process-wide.
     static void SetInsertLimit(size_t nVertices);
+    /// The limit in force (see SetInsertLimit).
     static size_t GetInsertLimit();
 };

@@ -26,8 +26,8 @@ public:
     /// One of the files of a shapefile held in memory.
     struct SBytes
     {
-        const void* pData = nullptr;
-        size_t nSize = 0;
+        const void* pData = nullptr; ///< The file's bytes, the caller's; null for an absent file.
+        size_t nSize = 0;            ///< Their count; every read is checked against it.
     };
     /// Reads a shapefile held in memory; the .dbf may be absent (null). strName names it in messages.
     static bool LoadFromMemory(SBytes shp, SBytes shx, SBytes dbf, const std::string& strName, QelModelData& data);

@@ -31,6 +31,7 @@ public:
     /// Sets the "Filename" property and loads the file. An unknown extension is reported
     /// ("No loader found") and leaves the object empty; so does a file its loader cannot read.
     bool LoadFile(const std::string& strFile);
+    /// The "Filename" property as it stands (it may name a file that failed to load); empty when none.
     std::string GetFilename() const;
     /// The model as loaded (empty when nothing is loaded).
     const QelModelData& GetModelData() const { return m_cData; }

@@ -16,20 +16,27 @@
 class QEL_EXPORT QelModelData
 {
 public:
+    /// The geometry, one mesh per material and part.
     std::vector<QelModelMesh> m_vMeshes;
+    /// Indexed by QelModelMesh::m_nMaterial.
     std::vector<QelModelMaterial> m_vMaterials;
     /// Parents come before their children; node 0 is the root when there are nodes.
     std::vector<QelModelNode> m_vNodes;
     /// Of all meshes under their nodes' matrices; set by ComputeBounds.
     QelBox3 m_cBounds;
 
+    /// Drops meshes, materials and nodes and makes the bounds empty.
     void Clear();
+    /// True without meshes (materials or nodes alone draw nothing).
     bool Empty() const { return m_vMeshes.empty(); }
 
+    /// Totals over the meshes as stored: a mesh that several nodes place counts once.
+    ///@{
     size_t NumVertices() const;
     size_t NumTriangles() const;
     size_t NumLines() const;
     size_t NumPoints() const;
+    ///@}
     /// Texture maps of all materials.
     size_t NumTextures() const;
 

@@ -25,12 +25,15 @@ struct QEL_EXPORT QelModelTextureMap
         eChannelCount = 9
     };
 
+    /// The channel the map feeds.
     EChannel m_eChannel = eChannelDiffuse;
     /// Absolute path of the image when the file was found; otherwise the name as the model gave it.
     std::string m_strFilename;
     /// Offset and scale of the texture coordinates (u, v, w).
+    ///@{
     QelVec3 m_vecOffset = QelVec3(0.0f, 0.0f, 0.0f);
     QelVec3 m_vecScale = QelVec3(1.0f, 1.0f, 1.0f);
+    ///@}
     /// Turn of the texture coordinates in degrees, counter-clockwise.
     float m_fRotation = 0.0f;
     /// Clamp to the edge instead of repeating.
@@ -45,11 +48,15 @@ struct QEL_EXPORT QelModelTextureMap
 /// turns it into an OpenGL material; the model keeps this form so that it can be saved unchanged.
 struct QEL_EXPORT QelModelMaterial
 {
+    /// The name the file gave the material (e.g. OBJ "newmtl"); may be empty.
     std::string m_strName;
+    /// RGBA components in 0..1; the defaults are OpenGL's own material.
+    ///@{
     QelVec4 m_vecAmbient = QelVec4(0.2f, 0.2f, 0.2f, 1.0f);
     QelVec4 m_vecDiffuse = QelVec4(0.8f, 0.8f, 0.8f, 1.0f);
     QelVec4 m_vecSpecular = QelVec4(0.0f, 0.0f, 0.0f, 1.0f);
     QelVec4 m_vecEmissive = QelVec4(0.0f, 0.0f, 0.0f, 1.0f);
+    ///@}
     /// OpenGL's range, 0..128.
     float m_fShininess = 0.0f;
     /// 1 opaque, 0 invisible.
@@ -58,6 +65,7 @@ struct QEL_EXPORT QelModelMaterial
     int m_nIllumination = -1;
     /// Seen from both sides: back faces are drawn and lit too.
     bool m_bTwoSided = false;
+    /// The maps in the order the file listed them.
     std::vector<QelModelTextureMap> m_vTextures;
 
     /// Translucent materials are drawn after the opaque ones.

@@ -21,9 +21,12 @@ public:
     QelInterpColorProperty(const QelInterpColorProperty& other);
     ~QelInterpColorProperty() override;
 
+    /// The child properties (owned by the container); null once deleted or replaced by null.
+    ///@{
     QelProperty* GetLowColorProperty() const;
     QelProperty* GetHighColorProperty() const;
     QelProperty* GetValueProperty() const;
+    ///@}
 
     /// The child's color (opaque black without a low color property).
     QelPackedColor GetLowColor() const;
@@ -31,13 +34,19 @@ public:
     QelPackedColor GetHighColor() const;
     /// The interpolation value within its property's clamp (1.0 without one).
     double GetValue() const;
+    /// Write the child's value through its own setter (so its clamp applies and the change makes a
+    /// recomputation due); nothing happens when the child is missing.
+    ///@{
     void SetLowColor(const QelPackedColor& nColor);
     void SetHighColor(const QelPackedColor& nColor);
     void SetValue(float fValue);
-    /// Replaces the child; the old one stays in its container.
+    ///@}
+    /// Replaces the child, which may belong to another container; the old one stays in its container.
+    ///@{
     void SetLowColor(QelProperty* pProperty);
     void SetHighColor(QelProperty* pProperty);
     void SetValue(QelProperty* pProperty);
+    ///@}
 
     /// The resulting color (after a pull).
     QelPackedColor GetAsColor() override;

@@ -11,6 +11,7 @@
 class QEL_EXPORT QelMultiProperty : public QelProperty
 {
 public:
+    /// An empty group; the arguments are those of QelProperty. Add the children with AddChild.
     QelMultiProperty(const std::string& strName, QelPropertyContainer* pContainer, QelDataType eType,
                      bool bAutoSave = true);
     /// A free-standing copy of the group's own value and state, without children.
@@ -21,9 +22,11 @@ public:
     bool AddChild(QelProperty* pChild);
     /// Lets a child go (it stays in its container as an ordinary property).
     bool RemoveChild(QelProperty* pChild);
+    /// How many children the group holds.
     int GetChildCount() const { return int(m_vecChildren.size()); }
     /// The child at nIndex, or null outside 0..count-1.
     QelProperty* GetChild(int nIndex) const;
+    /// The children in order; they are owned by the container, not by the group.
     const std::vector<QelProperty*>& GetChildren() const { return m_vecChildren; }
 
     /// Drives each child with its value (clamps and enumerations apply); the counts must match.

@@ -31,13 +31,17 @@ public:
     /// A connection kept for the container: the feeding object and property.
     struct SConnectionRecord
     {
-        GUID m_guidSourceObject;
-        std::string m_strSourceProperty;
-        std::string m_strTargetProperty;
+        GUID m_guidSourceObject;         ///< Identifier of the object whose property feeds.
+        std::string m_strSourceProperty; ///< Name of the feeding property in that object.
+        std::string m_strTargetProperty; ///< Name of the fed property in this container.
     };
 
+    /// A container without properties, described by default plug-in attributes or by the given ones
+    /// (name, identifiers and icon the host sees).
+    ///@{
     QelPropertyContainer();
     explicit QelPropertyContainer(const QelPluginAttributes& cAttributes);
+    ///@}
     /// Copies the plug-in part and the flags, and makes copies of every property (same names, order,
     /// values, clamps, enumerations; interpolated colors and multi-properties keep their structure).
     QelPropertyContainer(const QelPropertyContainer& other);
@@ -46,6 +50,7 @@ public:
     /// Marks itself being destroyed first, so that its properties stop calling back, then frees them.
     ~QelPropertyContainer() override;
 
+    /// Container Object, so plug-in lists can tell property holders apart.
     ECategories GetCategory() const override { return eCategoryContainerObject; }
 
     // Creating and adopting
@@ -76,8 +81,13 @@ public:
                                                const std::vector<QelDataType>& vecTypes, bool bAutoSave = true);
 
     // Finding and ordering
+    /// Finds a property by its exact name (letter case counts) or by its identifier; null without a
+    /// message when there is none.
+    ///@{
     QelProperty* GetProperty(const std::string& strName) const;
     QelProperty* GetProperty(GUID guid) const;
+    ///@}
+    /// Number of properties, group children and interpolation parts included.
     int GetPropertyCount() const { return int(m_vecProperties.size()); }
     /// All properties in list order; with bVisibleOnly only those IsPropertyVisible accepts.
     void GetProperties(std::vector<QelProperty*>& vecOut, bool bVisibleOnly) const;
@@ -87,45 +97,74 @@ public:
     bool PropertyNameChanged(QelProperty* pProperty, const std::string& strNewName);
     /// Always stores p; true only when p is null or one of this container's properties (deliberate).
     bool SetIndependentProperty(QelProperty* pProperty);
+    /// The property the others are computed from (e.g. time for a plotted history); null when unset or
+    /// once it was deleted.
     QelProperty* GetIndependentProperty() const { return m_pIndependentProperty; }
 
     // Change relay
     /// The bits of PropagateDirtyBit; their values are part of the relay's contract with derived nodes.
+    ///@{
     static constexpr unsigned short kDirtyValue = 0x1;
     static constexpr unsigned short kDirtyHistory = 0x2;
     static constexpr unsigned short kDirtyButton = 0x4;
+    ///@}
     /// kDirtyValue a value changed, kDirtyHistory a history changed, kDirtyButton a button was
     /// pressed; handled in that order.
     void PropagateDirtyBit(unsigned short nBits, QelProperty* pProperty);
     /// Recomputes changed interpolated colors, then runs Calculate; does not re-enter itself.
     void InvokeCalculate();
+    /// Dirty means a value changed since the last Calculate; the next read of any property clears the
+    /// flag and recalculates.
+    ///@{
     void SetDirtyBit(bool bDirty);
     bool IsDirty() const { return (m_nFlags & kFlagDirty) != 0; }
+    ///@}
+    /// True while Calculate runs (reads then see the stored values).
     bool CalculateFunctionIsActive() const { return (m_nFlags & kFlagCalculating) != 0; }
+    /// Set when any property's history changed; whoever consumes the histories clears it.
+    ///@{
     void SetAnyHistoryHasChanged(bool bChanged);
     bool HasAnyHistoryChanged() const { return (m_nFlags & kFlagHistoryChanged) != 0; }
+    ///@}
+    /// A flag for hosts that record histories automatically; on for a new container.
+    ///@{
     void SetAutoComputedHistory(bool bAuto);
     bool HasAutoComputedHistory() const { return (m_nFlags & kFlagAutoHistory) != 0; }
+    ///@}
+    /// True from the start of the destructor, when properties treat the container as gone.
     bool IsBeingDestroyed() const { return (m_nFlags & kFlagDestroying) != 0; }
 
     // Hooks for derived classes
     /// "Object pointer to this object" for "Reserved:This", else empty.
     virtual std::string GetPropertyDescription(const QelProperty* pProperty);
+    /// The file dialog filter for a Filename property, in the "Text|*.ext|...|" form; empty for any file.
     virtual std::string GetPropertyFilenameFilter(QelProperty* pProperty);
+    /// Whether the property is a push button: its writes report a press (ButtonPressed) instead of
+    /// dirtying the container. False here.
     virtual bool IsPropertyButton(QelProperty* pProperty) const;
+    /// Whether a property bar shows the property before the user picks it. False here.
     virtual bool IsPropertyVisibleInBarByDefault(QelProperty* pProperty) const;
+    /// Whether the property is shown to the user at all (GetProperties filters by it). True here.
     virtual bool IsPropertyVisible(QelProperty* pProperty) const;
+    /// Whether the object fills this property's history itself (ManuallyDeriveHistory). False here.
     virtual bool IsHistoryManuallyDerived(QelProperty* pProperty) const;
+    /// Whether the host should offer the object's own editor (PropertySpecialEdit). False here.
     virtual bool IsPropertySpecialEdited(QelProperty* pProperty) const;
     /// Opaque black.
     virtual QelPackedColor GetPropertyBarTextColor(QelProperty* pProperty) const;
+    /// Text a property bar shows after the value, such as a unit; empty here.
     virtual std::string GetPropertyBarPostScript(QelProperty* pProperty);
+    /// Whether pFrom may feed pTo; a derived object refuses links it cannot honour. True here.
     virtual bool WillAcceptConnection(QelProperty* pFrom, QelProperty* pTo);
+    /// Asked to derive a history that IsHistoryManuallyDerived claims; false (nothing done) here.
     virtual bool ManuallyDeriveHistory(QelProperty* pProperty, int nIndex);
+    /// Called when a button property is pressed or written; nothing here.
     virtual void ButtonPressed(QelProperty* pProperty);
     /// The object's own recalculation, run by InvokeCalculate when a read finds the container dirty.
     virtual void Calculate();
+    /// Opens the object's own editor for a special-edited property; nothing here.
     virtual void PropertySpecialEdit(QelProperty* pProperty);
+    /// Told after a property's enumeration list was replaced, so a host can refresh its combo; nothing here.
     virtual void UpdatePropertyEnumerations(QelProperty* pProperty);
     /// Releases what the container holds, then marks it deleted.
     void OnDelete() override;
@@ -133,12 +172,14 @@ public:
     void OnObjectDeletion(QelBase* pDeleted) override;
 
 protected:
+    /// Told when a connection to one of its properties was made or broken; nothing here.
     virtual void ConnectionChanged(EConnectionEvent eEvent, QelProperty* pProperty);
     /// Spreads a change to dependent nodes; nothing in this class (nodes override).
     virtual void PropagateDirtyBitToNodes(unsigned short nBits, QelProperty* pProperty);
     /// Feeds pTarget from pSource (type check, conversion, enumeration clamp) and announces it.
     bool UpdateProperty(QelProperty* pTarget, QelProperty* pSource);
 
+    /// Connection records kept for derived classes, keyed as they choose; copied with the container.
     std::map<std::string, SConnectionRecord> m_mapConnections;
 
 private:

@@ -27,6 +27,7 @@ public:
         eStateValid = 0,
         eStateStale = 1
     };
+    /// The cached answer of CheckOrdering; unknown after every change.
     enum EOrdering
     {
         eOrderingUnknown = 0,
@@ -41,12 +42,15 @@ public:
     /// Copies the values and bookkeeping; the owning property stays.
     QelPropertyHistory& operator=(const QelPropertyHistory& other);
 
+    /// The owner whose type the checks use and whose container is told of changes; set by QelProperty.
     void SetProperty(QelProperty* pProperty);
     /// Appends without a type check and tells the container. Always true.
     bool Append(const QelVariant& cValue);
     /// Replaces the series when every value has the property's type; false with a warning otherwise.
     bool Set(const std::vector<QelVariant>& vecValues);
+    /// Empties the series (keeping its capacity), resets range and ordering, and tells the container.
     void Clear();
+    /// The values in the order they came; never null while the history exists.
     const std::vector<QelVariant>* GetRaw() const;
     /// Always null: readers take the series from GetRaw.
     const std::vector<QelVariant>* Get(bool bDerived) const;
@@ -56,16 +60,26 @@ public:
     bool GetRange(double& dMin, double& dMax) const;
     /// Deliberately always eTypeEmpty, whatever the stored type.
     EType GetType(bool bDerived) const;
+    /// Stores the type tag; GetType does not report it (see there).
     void SetType(EType eType);
+    /// The stored state tag; the flag does not change the answer.
     EState GetState(bool bDerived) const;
+    /// Stores the state tag.
     void SetState(EState eState);
+    /// A flag kept for hosts that derive series of their own; nothing in the library reads it.
+    ///@{
     void SetAllowDerived(bool bAllow);
     bool AllowDerived() const;
+    ///@}
 
     // Bulk fill: no checks, no bookkeeping, no notification until FastComplete.
+    /// Reserve room, resize (new values Uninitialized) or append without any check; call FastComplete
+    /// when the series is filled.
+    ///@{
     void FastReserve(unsigned int nCount);
     void FastResize(unsigned int nCount);
     void FastAppend(const QelVariant& cValue);
+    ///@}
     /// An index outside the series is refused with a warning.
     void FastSetAt(const QelVariant& cValue, int nIndex);
     /// Type-checks the series, recomputes range, resets ordering, tells the container.

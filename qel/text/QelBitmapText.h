@@ -13,6 +13,7 @@ class QEL_EXPORT QelBitmapText : public QelTextObject
 {
 public:
     QelBitmapText();
+    /// A label showing strUtf8 in the default font; bad UTF-8 is reported when the text is laid out.
     explicit QelBitmapText(const std::string& strUtf8);
 
     /// Labels are sized in pixels, not scene units: they do not widen the scene's extents.

@@ -10,10 +10,12 @@ class QEL_EXPORT QelPolygonText : public QelTextObject
 {
 public:
     QelPolygonText();
+    /// A text showing strUtf8 in the default font; bad UTF-8 is reported when the text is laid out.
     explicit QelPolygonText(const std::string& strUtf8);
 
     /// Extrusion depth in scene units; 0 for flat text.
     void SetDepth(float fDepth);
+    /// The extrusion depth as stored in "Text:Depth".
     float GetDepth();
 
 protected:

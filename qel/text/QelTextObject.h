@@ -23,6 +23,7 @@ class QelTextObjectDef;
 class QEL_EXPORT QelTextObject : public QelDisplayObject
 {
 public:
+    /// Which derived class the object is, fixed at construction.
     enum EKind
     {
         eKindBitmap = 0,
@@ -70,27 +71,44 @@ public:
 
     /// Copies the properties (and so the text, font and alignment); the layout is made anew.
     QelTextObject(const QelTextObject& other);
+    /// Copies the properties and takes the other's kind; the layout is made anew at the next draw.
     QelTextObject& operator=(const QelTextObject& other);
     ~QelTextObject() override;
 
+    /// Bitmap, polygon or texture text, for hosts that hold the base class.
     EKind GetKind() const;
 
+    /// The text as UTF-8, kept in "Text:String"; it is checked and laid out at the next draw or
+    /// measurement, not here.
+    ///@{
     void SetText(const std::string& strUtf8);
     std::string GetText();
+    ///@}
+    /// Family, pixel height, weight and italic, kept in four properties; the font is looked up when
+    /// the text is next laid out.
+    ///@{
     void SetFont(const QelLogicalFont& cFont);
     QelLogicalFont GetFont();
+    ///@}
     /// A font file used instead of the family when not empty; the height of the font still applies.
     void SetFontFile(const std::string& strFile);
+    /// The font file set, or empty when the family is used.
     std::string GetFontFile();
     /// Red, green, blue, alpha in 0..1.
     void SetColor(const QelVec4& vColor);
+    /// The color as stored (packed, so each component in steps of 1/255).
     QelVec4 GetColor();
     /// Em height in scene units of polygonal and texture-mapped text; bitmap text has none (0).
     void SetSceneHeight(float fHeight);
+    /// The em height in scene units; 0 for bitmap text.
     float GetSceneHeight();
+    /// Where the object's origin lies on the text; each line is aligned on its own horizontally.
     void SetAlignment(EHorizontalAlignment eHorizontal, EVerticalAlignment eVertical);
+    /// The alignment as stored; a value out of range reads as the nearest one.
+    ///@{
     EHorizontalAlignment GetHorizontalAlignment();
     EVerticalAlignment GetVerticalAlignment();
+    ///@}
 
     /// What a Windows host asks of GetTextExtentPoint32: the advance of the widest line of strUtf8
     /// and the height of its block of lines, in this object's font and units (pixels for bitmap text,

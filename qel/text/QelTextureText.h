@@ -11,6 +11,7 @@ class QEL_EXPORT QelTextureText : public QelTextObject
 {
 public:
     QelTextureText();
+    /// A text showing strUtf8 in the default font; bad UTF-8 is reported when the text is laid out.
     explicit QelTextureText(const std::string& strUtf8);
 
 

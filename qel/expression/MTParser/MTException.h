@@ -9,8 +9,10 @@
 class QEL_EXPORT MTException
 {
 public:
+    /// Keeps the finished message text.
     explicit MTException(const std::string& strDescription) : m_strDescription(strDescription) {}
 
+    /// The message as it is shown to the user.
     const std::string& GetDescription() const { return m_strDescription; }
 
 private:

@@ -40,15 +40,15 @@ enum EMTOpCode
 /// A generic call names its object in pExtra and reads nArgs arguments through ppArgs into pScratch.
 struct MTInstruction
 {
-    std::uint32_t nOp;
-    std::uint32_t nArgs;
-    double* pDst;
-    const double* pA;
-    const double* pB;
-    const double* pC;
-    void* pExtra;
-    const double* const* ppArgs;
-    double* pScratch;
+    std::uint32_t nOp;           ///< The EMTOpCode to run.
+    std::uint32_t nArgs;         ///< Argument count of a generic call; unused otherwise.
+    double* pDst;                ///< Where the result goes.
+    const double* pA;            ///< First operand.
+    const double* pB;            ///< Second operand, when the operation takes one.
+    const double* pC;            ///< Third operand, when the operation takes one.
+    void* pExtra;                ///< The function, operator or variable object of a generic call.
+    const double* const* ppArgs; ///< Argument addresses of a generic call.
+    double* pScratch;            ///< Room the call copies its arguments into.
 };
 
 struct MTNode;
@@ -58,16 +58,16 @@ typedef double (*MTNodeFn)(const MTNode*);
 /// Which one is encoded in the node's function, so nothing is tested while evaluating.
 union MTNodeOperand
 {
-    const double* pLeaf;
-    const MTNode* pChild;
-    double fConst;
+    const double* pLeaf;  ///< A variable or temporary read through its address.
+    const MTNode* pChild; ///< A sub-tree evaluated first.
+    double fConst;        ///< A constant stored in the node.
 };
 
 /// A node of the tree form.
 struct MTNode
 {
-    MTNodeFn pfnEval;
-    MTNodeOperand cArg[3];
+    MTNodeFn pfnEval;      ///< Computes the node from its operands; also says what kind each operand is.
+    MTNodeOperand cArg[3]; ///< Up to three operands.
 };
 
 /// A compiled expression: a flat list of instructions over a fixed set of temporaries; when the
@@ -99,8 +99,11 @@ public:
     bool IsCompiled() const { return m_bCompiled; }
     /// True when the whole expression was folded to one value at compile time.
     bool IsConstant() const { return m_bCompiled && m_vecCode.empty() && m_bResultIsConstant; }
+    /// The flat list, for tests and tools that inspect what the compiler made.
+    ///@{
     size_t GetNbInstructions() const { return m_vecCode.size(); }
     const MTInstruction* GetCode() const { return m_vecCode.data(); }
+    ///@}
     /// The root of the tree form, or null when the flat list runs.
     const MTNode* GetRoot() const { return m_pRoot; }
     /// Where the last instruction leaves the value (or the folded constant, or a variable).
@@ -108,6 +111,7 @@ public:
     /// Every variable the expression reads, once each, in order of first use.
     const std::vector<MTVariableI*>& GetVariables() const { return m_vecVariables; }
 
+    /// Forgets the compiled forms; Evaluate then answers 0.0 until the next compilation.
     void Clear();
 
     /// Runs one instruction; the compiler folds constants through the same code.

@@ -9,7 +9,9 @@ class QEL_EXPORT MTVariableI
 {
 public:
     virtual ~MTVariableI() {}
+    /// The name expressions use for the variable.
     virtual std::string GetSymbol() const = 0;
+    /// The value at this moment; called at every evaluation unless GetStorage gives an address.
     virtual double Evaluate() = 0;
 
     /// The double the variable reads, when it reads one; compiled programs then load it directly
@@ -17,5 +19,6 @@ public:
     double* GetStorage() const { return m_pStorage; }
 
 protected:
+    /// Set by a derived class whose value lives in one double (see GetStorage).
     double* m_pStorage = nullptr;
 };
