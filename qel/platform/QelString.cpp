@@ -80,6 +80,7 @@ std::string QelCanonicalizePath(const std::string& strPath)
     // One pass, no list of segments: the texture cache makes a key of every path it is asked for.
     // Keep a drive or UNC prefix as it is; fold the segments after it.
     size_t i = 0;
+    bool bPrefix = true;
     if (n >= 2 && strPath[1] == ':')
     {
         out.assign(strPath, 0, 2);
@@ -92,6 +93,8 @@ std::string QelCanonicalizePath(const std::string& strPath)
         out = "\\\\";
         i = 2;
     }
+    else
+        bPrefix = false;
     if (i < n && isSep(strPath[i]))
         out += '\\';
     const size_t nRoot = out.size();
@@ -121,10 +124,11 @@ std::string QelCanonicalizePath(const std::string& strPath)
     }
     if (n > 0 && isSep(strPath[n - 1]) && nParts > 0)
         out += '\\';
-    // A leading ".." that went away can leave a first segment that reads as a drive ("../S:.\\s"
-    // gives "S:.\\s"); fold once more as a drive path so that a canonical path is its own canonical
-    // form, which the texture cache's keys rely on. The second call has a prefix, so it stops there.
-    if (nRoot == 0 && out.size() >= 2 && out[1] == ':')
+    // Without a prefix the result can still begin as a drive does: a ".." that went away or a root
+    // before a segment that starts with ':' ("../S:.\\s" gives "S:.\\s", "/.\\:." gives "\\:.").
+    // Fold once more as a drive path so that a canonical path is its own canonical form, which the
+    // texture cache's keys rely on. The second call has a prefix, so it stops there.
+    if (!bPrefix && out.size() >= 2 && out[1] == ':')
         return QelCanonicalizePath(out);
     return out;
 }

@@ -106,7 +106,7 @@ TEST(QelString, CanonicalizePath)
     EXPECT_EQ(QelCanonicalizePath("//srv/..//"), "\\\\");
     EXPECT_EQ(QelCanonicalizePath("C:..\\a"), "C:a");
     // A ".." that goes away uncovers what reads as a drive: the result must already be canonical.
-    for (const char* pPath : {"../S:.\\s", "a/../../S:..\\x", "../S:/x"})
+    for (const char* pPath : {"../S:.\\s", "a/../../S:..\\x", "../S:/x", "/.\\:."})
     {
         SCOPED_TRACE(pPath);
         const std::string strOnce = QelCanonicalizePath(pPath);
