@@ -83,15 +83,11 @@ TEST(QelSandboxIcon, SaveAndLoadAnIconPosition)
     EXPECT_FALSE(icon.Load(nullptr));
 }
 
-TEST(QelPlugin, AttributesInTheirOrder)
+TEST(QelPlugin, TheIconDescriptionIsTheInfoElseTheTypeElseTheName)
 {
-    GUID guid;
-    QelCreateGuid(&guid);
-    QelPlugin plugin(QelPluginAttributes(guid, "Light", "Display", "Lab", "Info", "lamp", 1));
-    EXPECT_EQ(plugin.GetClassID(), guid);
-    EXPECT_EQ(plugin.GetType() + plugin.GetCategories() + plugin.GetCreator() + plugin.GetInfo() + plugin.GetKeywords(),
-              "LightDisplayLabInfolamp");
-    EXPECT_EQ(plugin.GetFlags(), 1);
-    EXPECT_EQ(QelPlugin(QelPluginAttributes(guid, "Light", "", "", "", "", 0)).GetIconDescription(), "Light");
-    EXPECT_EQ(QelPluginAttributes().m_guidClassId, QelPluginAttributes::kZeroGUID);
+    QelPlugin withInfo(QelPluginAttributes(kZeroGUID, "Light", "Display", "Lab", "Info", "lamp", 1));
+    QelPlugin typeOnly(QelPluginAttributes(kZeroGUID, "Light", "Display", "Lab", "", "lamp", 1)), bare;
+    bare.SetName("Lamp 2");
+    EXPECT_EQ(withInfo.GetIconDescription() + "|" + typeOnly.GetIconDescription() + "|" + bare.GetIconDescription(),
+              "Info|Light|Lamp 2");
 }
