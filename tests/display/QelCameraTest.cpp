@@ -301,20 +301,3 @@ TEST(QelCamera, DegenerateInputIsRefusedOrClampedAndTheMatricesStayFinite)
     EXPECT_LT(camera.GetNearClip(), camera.GetFarClip());
 }
 
-// The application object's camera hook hands out the library's camera: a host that lists its
-// cameras there gives the library objects it can drive.
-TEST(QelCamera, TheApplicationHookListsTheLibrarysCameras)
-{
-    struct HostWithCamera : public QelTestApp
-    {
-        QelCamera* m_pCamera = nullptr;
-        void GetCameras(std::vector<Qel3dCamera*>& vCameras) const override { vCameras.push_back(m_pCamera); }
-    };
-    QelCamera camera;
-    HostWithCamera host;
-    host.m_pCamera = &camera;
-    std::vector<Qel3dCamera*> vCameras;
-    static_cast<const QelSysApp&>(host).GetCameras(vCameras);
-    ASSERT_EQ(vCameras.size(), 1u);
-    EXPECT_EQ(vCameras[0]->GetName(), camera.GetName());
-}

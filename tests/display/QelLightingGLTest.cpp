@@ -64,17 +64,6 @@ public:
     }
 };
 
-/// The camera looks straight down -Z at the origin; with a 90 degree field of view and orthographic
-/// projection the viewport spans +-fHalf in X and Y.
-void TopCamera(QelCamera& camera, float fHalf)
-{
-    camera.SetProjection(QelCamera::eProjectionOrthographic);
-    camera.SetFieldOfView(90.0f);
-    camera.SetView(QelCamera::eViewTop);
-    camera.SetOrbit(camera.GetAzimuth(), 90.0f, fHalf);
-    camera.SetClipDistances(0.01f, 100.0f);
-}
-
 /// The world X or Y at the centre of pixel i.
 float PixelToWorld(int i, float fHalf)
 {
@@ -91,7 +80,7 @@ TEST(QelLightGL, ALitSphereFollowsLambertsLawForADirectionalLight)
 {
     QEL_REQUIRE_GL_SIZED(kSize, kSize);
     QelCamera camera;
-    TopCamera(camera, 1.25f);
+    QelTopCamera(camera, 1.25f);
     QelLight light;
     const QelVec3 vShine = QelVec3(-1, -0.5f, -2).NormalizeWithReturn();
     ASSERT_TRUE(light.SetDirection(vShine));
@@ -122,7 +111,7 @@ TEST(QelLightGL, ASpotLightLightsItsConeAndNothingOutside)
 {
     QEL_REQUIRE_GL_SIZED(kSize, kSize);
     QelCamera camera;
-    TopCamera(camera, 2.0f);
+    QelTopCamera(camera, 2.0f);
     QelLight spot;
     spot.SetType(QelLight::eLightSpot);
     spot.SetTranslation(QelVec3(0.5f, 0, 2)); // straight down from 2 above (0.5, 0)
@@ -163,7 +152,7 @@ TEST(QelClipPlaneGL, APlaneRemovesHalfOfAnObjectAndFollowsItsTransform)
 {
     QEL_REQUIRE_GL_SIZED(kSize, kSize);
     QelCamera camera;
-    TopCamera(camera, 2.0f);
+    QelTopCamera(camera, 2.0f);
     QelTestBox box(QelVec3(1.5f, 1.5f, 0.1f), 0xFF0000FFu);
     QelClipPlane plane;
     ASSERT_TRUE(plane.SetPlane(QelVec3(0.25f, 0, 0), QelVec3(1, 0, 0))); // keeps x > 0.25
@@ -200,7 +189,7 @@ TEST(QelLightGL, TheNinthLightAndTheSeventhPlaneAreRefusedByName)
 {
     QEL_REQUIRE_GL_SIZED(kSize, kSize);
     QelCamera camera;
-    TopCamera(camera, 2.0f);
+    QelTopCamera(camera, 2.0f);
     // Eight dim lights, then a bright one that must not get in.
     std::vector<std::unique_ptr<QelLight>> vLights;
     for (int i = 0; i < 9; ++i)
@@ -268,7 +257,7 @@ TEST(QelLightGL, ZeroOrNaNDirectionsAreRefusedAndAHeadLightFollowsTheEye)
     // A head light shines along the view whatever its transform says: the floor seen from above
     // is lit fully in the middle, though the light's own direction points away from it.
     QelCamera camera;
-    TopCamera(camera, 2.0f);
+    QelTopCamera(camera, 2.0f);
     light.SetDirection(QelVec3(0, 0, 1));
     light.SetHeadLight(true);
     light.SetColors(QelVec4(0, 0, 0, 1), QelVec4(1, 1, 1, 1), QelVec4(0, 0, 0, 1));

@@ -29,11 +29,7 @@ public:
 void TopCamera(QelCamera& camera)
 {
     camera.SetViewport(0, 0, kSize, kSize);
-    camera.SetProjection(QelCamera::eProjectionOrthographic);
-    camera.SetFieldOfView(90);
-    camera.SetView(QelCamera::eViewTop);
-    camera.SetOrbit(camera.GetAzimuth(), 90, 10);
-    camera.SetClipDistances(1, 100);
+    QelTopCamera(camera, 10);
 }
 
 /// The mouse position (origin top left) of a world point on the z = 0 plane, for TopCamera.

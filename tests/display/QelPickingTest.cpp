@@ -146,10 +146,7 @@ TEST(QelPicker, ClicksAndRubberBandsEditTheSelectionAndTellTheViewOnce)
     view.m_vRoots = {&a, &b, &c};
     QelCamera camera;
     camera.SetViewport(0, 0, 200, 100);
-    camera.SetProjection(QelCamera::eProjectionOrthographic);
-    camera.SetFieldOfView(90);
-    camera.SetView(QelCamera::eViewTop);
-    camera.SetOrbit(camera.GetAzimuth(), 90, 5); // the view spans x -10..10, y -5..5: 10 pixels a unit
+    QelTopCamera(camera, 5); // the view spans x -10..10, y -5..5: 10 pixels a unit
 
     EXPECT_EQ(QelPicker::ClickSelect(view, camera, 100, 50, false), &b);
     EXPECT_EQ(view.GetSelection(), std::vector<QelDisplayObject*>{&b});

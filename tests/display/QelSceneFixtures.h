@@ -77,6 +77,17 @@ public:
     int m_nSelectionChanges = 0;
 };
 
+/// Looks straight down -Z at the origin, orthographic with a 90 degree field of view: the view spans
+/// +-fHalf vertically, +X to the right and +Y up the screen.
+inline void QelTopCamera(QelCamera& camera, float fHalf)
+{
+    camera.SetProjection(QelCamera::eProjectionOrthographic);
+    camera.SetFieldOfView(90.0f);
+    camera.SetView(QelCamera::eViewTop);
+    camera.SetOrbit(camera.GetAzimuth(), 90.0f, fHalf);
+    camera.SetClipDistances(0.01f, 100.0f);
+}
+
 /// Clears to opaque black and draws the roots through the camera with every light and plane that is on.
 inline void QelDrawTestFrame(QelCamera& camera, const std::vector<QelDisplayObject*>& vRoots)
 {

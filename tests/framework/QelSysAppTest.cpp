@@ -98,19 +98,3 @@ TEST(QelSysApp, PercentSignsInNamesReachAFormattingConsoleAsData)
     EXPECT_EQ(cap.Messages().back(), "<warning> Invalid name [%s%s\t] has been changed to [%s%s_].\n");
 }
 
-TEST(QelSysApp, PlainApplicationObjectAnswersWithDefaults)
-{
-    // Call the base implementations directly on the registered object.
-    QelSysApp& app = QelTestApp::Get();
-    EXPECT_EQ(app.QelSysApp::GetTime(), 0.0);
-    EXPECT_TRUE(app.QelSysApp::FindObject(std::string("x")).empty());
-    EXPECT_EQ(app.QelSysApp::FindObject(static_cast<GUID*>(nullptr)), nullptr);
-    EXPECT_EQ(app.QelSysApp::GetExePath(), "");
-    EXPECT_EQ(app.QelSysApp::ConvertPathToAbsolute("a\\b"), "");
-    EXPECT_EQ(app.QelSysApp::GetAllObjects(), nullptr);
-    EXPECT_EQ(app.QelSysApp::GetNumSelectedObjects(), 0);
-    EXPECT_EQ(app.QelSysApp::SetTimer(nullptr, 10), 0u);
-    EXPECT_FALSE(app.QelSysApp::IsLoading());
-    EXPECT_EQ(app.QelSysApp::GetMainOpenGLContext(), nullptr);
-    EXPECT_EQ(app.QelSysApp::PromptFileOpen("t", "f", "e", "d", nullptr, 0), "");
-}

@@ -18,19 +18,11 @@ namespace
 const uint32_t kRed = 0xFF0000FFu, kGreen = 0xFF00FF00u, kBlue = 0xFFFF0000u, kWhite = 0xFFFFFFFFu;
 const QelVec4 kOpaqueWhite(1, 1, 1, 1);
 
-/// A 4 x 4 image in four 2 x 2 quadrants: top left red, top right green, bottom left blue,
-/// bottom right white. In texture space (t = 0 at the bottom) blue and white lie below v = 0.5.
+/// A 4 x 4 image: top left red, top right green, bottom left blue, bottom right white. In texture
+/// space (t = 0 at the bottom) blue and white lie below v = 0.5.
 std::vector<unsigned char> Quadrants()
 {
-    std::vector<unsigned char> v(4 * 4 * 4);
-    for (unsigned int y = 0; y < 4; ++y)
-        for (unsigned int x = 0; x < 4; ++x)
-        {
-            const uint32_t c = y < 2 ? (x < 2 ? kRed : kGreen) : (x < 2 ? kBlue : kWhite);
-            for (int i = 0; i < 4; ++i)
-                v[(y * 4 + x) * 4 + i] = (unsigned char)(c >> (8 * i));
-        }
-    return v;
+    return qeltest::Quadrants(4, 4, kRed, kGreen, kBlue, kWhite);
 }
 
 std::vector<unsigned char> Solid(uint32_t nColor)
@@ -38,23 +30,15 @@ std::vector<unsigned char> Solid(uint32_t nColor)
     return TwoBands(4, 4, nColor, nColor);
 }
 
-/// Identity matrices, black, and the quad over the viewport with coordinates 0..1 on units 0 and 1.
-void DrawQuad()
+/// A quad over the viewport facing the eye at z = 0, with one normal for every corner.
+void DrawNormalQuad(float nx, float ny, float nz)
 {
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    glMatrixMode(GL_MODELVIEW);
-    glLoadIdentity();
-    glClearColor(0, 0, 0, 1);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    const float a[4][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
     glBegin(GL_QUADS);
-    for (const auto& t : a)
-    {
-        glMultiTexCoord2fARB(GL_TEXTURE0_ARB, t[0], t[1]);
-        glMultiTexCoord2fARB(GL_TEXTURE1_ARB, t[0], t[1]);
-        glVertex2f(t[0] * 2 - 1, t[1] * 2 - 1);
-    }
+    glNormal3f(nx, ny, nz);
+    glVertex2f(-1, -1);
+    glVertex2f(1, -1);
+    glVertex2f(1, 1);
+    glVertex2f(-1, 1);
     glEnd();
 }
 
@@ -174,22 +158,11 @@ TEST(QelMaterialGL, CubeMapIsSampledThroughReflectionCoordinates)
     for (const Row& r : aRows)
     {
         SCOPED_TRACE(r.pName);
-        glClearColor(0, 0, 0, 1);
-        glClear(GL_COLOR_BUFFER_BIT);
-        glMatrixMode(GL_PROJECTION);
-        glLoadIdentity();
-        glMatrixMode(GL_MODELVIEW);
-        glLoadIdentity();
+        ClearToBlack();
         glTranslatef(0, 0, -0.5f); // the eye looks down -Z at the quad
         m.Activate(kOpaqueWhite, 1, 1, 1, 1);
         EXPECT_TRUE(Enabled(GL_TEXTURE_CUBE_MAP_ARB));
-        glBegin(GL_QUADS);
-        glNormal3f(r.nx, 0, r.nz);
-        glVertex2f(-1, -1);
-        glVertex2f(1, -1);
-        glVertex2f(1, 1);
-        glVertex2f(-1, 1);
-        glEnd();
+        DrawNormalQuad(r.nx, 0, r.nz);
         m.Deactivate();
         EXPECT_EQ(PixelAt(0.5f, 0.5f), Expand565(r.nFace)) << std::hex << PixelAt(0.5f, 0.5f);
     }
@@ -322,16 +295,6 @@ TEST(QelMaterialGL, LitSphereFollowsTheDiffuseColorAndItsModulation)
     glDisable(GL_DEPTH_TEST);
 }
 
-namespace
-{
-class Painted : public QelPropertyContainer
-{
-public:
-    void Calculate() override { m_cMaterial.Calculate(); }
-    QelMaterialInterface m_cMaterial;
-};
-} // namespace
-
 TEST(QelMaterialGL, InterfaceLoadsEditedFilesScalesTilingAndInheritsTheCallersTexture)
 {
     const std::string strDir = TestDir();
@@ -389,24 +352,13 @@ TEST(QelMaterialGL, UncompressedCubeMapDdsGoesThroughDevILToTheCubeMapTarget)
     // 4 x 4 faces of 32-bit BGRA texels, one color per face: DevIL's kind of cube map.
     std::vector<unsigned char> v = MakeDds(DdsSpec{}, [](unsigned, unsigned, unsigned, unsigned) { return uint16_t(0); });
     v.resize(128);
-    auto put = [&](size_t nAt, uint32_t n) {
-        for (int i = 0; i < 4; ++i)
-            v[nAt + i] = (unsigned char)(n >> (8 * i));
-    };
-    put(8, 0x100F);
-    put(12, 4);
-    put(16, 4);
-    put(20, 16);
-    put(28, 0);
-    put(80, 0x41);
-    put(84, 0);
-    put(88, 32);
-    put(92, 0x00FF0000);
-    put(96, 0x0000FF00);
-    put(100, 0x000000FF);
-    put(104, 0xFF000000);
-    put(108, 0x1008);
-    put(112, 0xFE00);
+    const std::pair<size_t, uint32_t> aHeader[] = {{8, 0x100F},        {12, 4},           {16, 4},
+                                                    {20, 16},          {28, 0},           {80, 0x41},
+                                                    {84, 0},           {88, 32},          {92, 0x00FF0000},
+                                                    {96, 0x0000FF00},  {100, 0x000000FF}, {104, 0xFF000000},
+                                                    {108, 0x1008},     {112, 0xFE00}};
+    for (const auto& [nAt, nValue] : aHeader)
+        Put32(v, nAt, nValue);
     const uint32_t aFaces[6] = {0xFFFF0000u, 0xFF00FF00u, 0xFF0000FFu, 0xFFFFFF00u, 0xFF00FFFFu, 0xFFFF00FFu}; // ARGB
     for (uint32_t c : aFaces)
         for (int i = 0; i < 16; ++i)
@@ -420,19 +372,9 @@ TEST(QelMaterialGL, UncompressedCubeMapDdsGoesThroughDevILToTheCubeMapTarget)
     ASSERT_TRUE(t.IsValid());
     EXPECT_TRUE(t.IsCubeMap());
     EXPECT_FALSE(t.IsCompressed());
-    glClear(GL_COLOR_BUFFER_BIT);
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    glMatrixMode(GL_MODELVIEW);
-    glLoadIdentity();
+    ClearToBlack();
     m.Activate(kOpaqueWhite, 1, 1, 1, 1);
-    glBegin(GL_QUADS);
-    glNormal3f(1, 0, 0); // the +X face
-    glVertex2f(-1, -1);
-    glVertex2f(1, -1);
-    glVertex2f(1, 1);
-    glVertex2f(-1, 1);
-    glEnd();
+    DrawNormalQuad(1, 0, 0); // the +X face
     m.Deactivate();
     EXPECT_EQ(PixelAt(0.5f, 0.5f), kRed) << std::hex << PixelAt(0.5f, 0.5f);
 }

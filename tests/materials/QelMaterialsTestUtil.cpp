@@ -10,14 +10,14 @@
 
 namespace qeltest
 {
-namespace
-{
 void Put32(std::vector<unsigned char>& v, size_t nAt, uint32_t n)
 {
     for (int i = 0; i < 4; ++i)
         v[nAt + i] = (unsigned char)(n >> (8 * i));
 }
 
+namespace
+{
 void PutBlock(std::vector<unsigned char>& v, const std::string& strFourCC, uint16_t nColor, unsigned char nAlpha)
 {
     if (strFourCC == "DXT3")
@@ -126,20 +126,27 @@ bool WriteImage(const std::string& strPath, unsigned int nWidth, unsigned int nH
     return bOk;
 }
 
-std::vector<unsigned char> TwoBands(unsigned int nWidth, unsigned int nHeight, uint32_t nTop, uint32_t nBottom)
+std::vector<unsigned char> Quadrants(unsigned int nWidth, unsigned int nHeight, uint32_t nTopLeft, uint32_t nTopRight,
+                                     uint32_t nBottomLeft, uint32_t nBottomRight)
 {
     std::vector<unsigned char> v(size_t(nWidth) * nHeight * 4);
     for (unsigned int y = 0; y < nHeight; ++y)
         for (unsigned int x = 0; x < nWidth; ++x)
         {
-            const uint32_t c = y < nHeight / 2 ? nTop : nBottom;
+            const bool bLeft = x < nWidth / 2;
+            const uint32_t c = y < nHeight / 2 ? (bLeft ? nTopLeft : nTopRight) : (bLeft ? nBottomLeft : nBottomRight);
             for (int i = 0; i < 4; ++i)
                 v[(size_t(y) * nWidth + x) * 4 + i] = (unsigned char)(c >> (8 * i));
         }
     return v;
 }
 
-void DrawTexturedQuad()
+std::vector<unsigned char> TwoBands(unsigned int nWidth, unsigned int nHeight, uint32_t nTop, uint32_t nBottom)
+{
+    return Quadrants(nWidth, nHeight, nTop, nTop, nBottom, nBottom);
+}
+
+void ClearToBlack()
 {
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
@@ -147,21 +154,30 @@ void DrawTexturedQuad()
     glLoadIdentity();
     glClearColor(0, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+}
+
+void DrawQuad()
+{
+    ClearToBlack();
+    const float a[4][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    glBegin(GL_QUADS);
+    for (const auto& t : a)
+    {
+        glMultiTexCoord2fARB(GL_TEXTURE0_ARB, t[0], t[1]);
+        glMultiTexCoord2fARB(GL_TEXTURE1_ARB, t[0], t[1]);
+        glVertex2f(t[0] * 2 - 1, t[1] * 2 - 1);
+    }
+    glEnd();
+}
+
+void DrawTexturedQuad()
+{
     glDisable(GL_LIGHTING);
     glDisable(GL_DEPTH_TEST);
     glEnable(GL_TEXTURE_2D);
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
     glColor4f(1, 1, 1, 1);
-    glBegin(GL_QUADS);
-    glTexCoord2f(0, 0);
-    glVertex2f(-1, -1);
-    glTexCoord2f(1, 0);
-    glVertex2f(1, -1);
-    glTexCoord2f(1, 1);
-    glVertex2f(1, 1);
-    glTexCoord2f(0, 1);
-    glVertex2f(-1, 1);
-    glEnd();
+    DrawQuad();
     glDisable(GL_TEXTURE_2D);
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "qel/materials/QelMaterialInterface.h"
 #include "qel/platform/QelOffscreenContext.h"
+#include "qel/properties/QelPropertyContainer.h"
 
 #include <GL/glew.h>
 
@@ -52,11 +54,24 @@ std::string TestDir();
 bool WriteImage(const std::string& strPath, unsigned int nWidth, unsigned int nHeight,
                 const std::vector<unsigned char>& vRgba);
 
+/// An RGBA image (top row first) in four quadrants of the given colors.
+std::vector<unsigned char> Quadrants(unsigned int nWidth, unsigned int nHeight, uint32_t nTopLeft, uint32_t nTopRight,
+                                     uint32_t nBottomLeft, uint32_t nBottomRight);
+
 /// Top half one color, bottom half another.
 std::vector<unsigned char> TwoBands(unsigned int nWidth, unsigned int nHeight, uint32_t nTop, uint32_t nBottom);
 
-/// Clears to opaque black and draws a quad over the viewport with texture coordinates 0..1
-/// (t = 0 at the bottom), the bound 2D texture enabled, replace environment.
+/// Stores n little-endian at v[nAt].
+void Put32(std::vector<unsigned char>& v, size_t nAt, uint32_t n);
+
+/// Identity matrices and a clear to opaque black.
+void ClearToBlack();
+
+/// ClearToBlack, and a quad over the viewport with texture
+/// coordinates 0..1 (t = 0 at the bottom) on units 0 and 1; the texture state is the caller's.
+void DrawQuad();
+
+/// DrawQuad with the bound 2D texture enabled in the replace environment, unlit.
 void DrawTexturedQuad();
 
 /// The pixel at a point of the viewport given in 0..1 from the bottom left.
@@ -64,4 +79,13 @@ uint32_t PixelAt(float fx, float fy);
 
 /// Channels of two packed colors differ by at most nTolerance.
 bool Near(uint32_t nA, uint32_t nB, int nTolerance);
+
+/// A host object whose material is edited as its properties.
+class Painted : public QelPropertyContainer
+{
+public:
+    Painted() { SetName("Painted"); }
+    void Calculate() override { m_cMaterial.Calculate(); }
+    QelMaterialInterface m_cMaterial;
+};
 } // namespace qeltest

@@ -135,45 +135,10 @@ TEST(QelMatrix4, ProductFormsRoundAlike)
     }
 }
 
-TEST(QelMatrix4, ScaleTranslateRotate)
-{
-    const QelMatrix4 a = FromRows({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0, 0, 0, 1});
-    QelMatrix4 s = a;
-    s.Scale(QelVec3(2, 1, 1)); // the first column doubles
-    EXPECT_EQ(s, FromRows({2, 2, 3, 4, 10, 6, 7, 8, 18, 10, 11, 12, 0, 0, 0, 1}));
-
-    // The unit-axis path leaves the other elements exact.
-    QelMatrix4 rx;
-    rx.Rotate(QelVec4(1, 0, 0, 33));
-    const float c = std::cos(33 * 0.017453292f), sn = std::sin(33 * 0.017453292f);
-    const float expected[] = {1, 0, 0, 0, 0, c, sn, 0, 0, -sn, c};
-    for (int i = 0; i < 11; ++i)
-        EXPECT_FLOAT_EQ(rx.m_fM[i], expected[i]) << i;
-    EXPECT_EQ(rx.m_fM[1], 0.0f);
-    // Unit axes and the general formula agree.
-    for (const QelVec3& axis : {QelVec3::kUnitX, QelVec3::kUnitY, QelVec3::kUnitZ})
-    {
-        QelMatrix4 fast = a, general = a;
-        fast.Rotate(axis, 47);
-        general.Rotate(axis * -1.0f, -47); // not a unit axis by exact comparison
-        ExpectNear(fast, general);
-    }
-    // Composition on the right: the translation applies to the rotated frame.
-    QelMatrix4 r;
-    r.Rotate(QelVec3(0, 0, 1), 90);
-    r.Translate(1, 0, 0);
-    EXPECT_TRUE(r.GetTranslation().Equals(QelVec3(0, 1, 0), 1e-6f));
-}
-
 TEST(QelMatrix4, LookAt)
 {
-    QelMatrix4 m, expected;
-    m.LookAt(QelVec3(0, 0, 5), QelVec3(0, 0, 0), QelVec3(0, 1, 0));
-    expected.Translate(0, 0, -5);
-    EXPECT_EQ(m, expected);
-    // An up vector not perpendicular to the view shortens s: it is deliberately not normalised.
-    m.LookAt(QelVec3(0, 0, 5), QelVec3(0, 0, 0), QelVec3(0, 1, 1));
-    EXPECT_NEAR(QelVec3(m.m_fM[0], m.m_fM[4], m.m_fM[8]).Magnitude(), std::sqrt(0.5f), 1e-6f);
+    // The unnormalised s of a tilted up vector is checked against GLM elsewhere.
+    QelMatrix4 m;
     // Coincident viewpoint and target: f stays zero and nothing faults.
     m.LookAt(QelVec3(1, 1, 1), QelVec3(1, 1, 1), QelVec3(0, 1, 0));
     EXPECT_EQ(m.m_fM[0], 0.0f);
@@ -207,20 +172,10 @@ TEST(QelMatrix4, InvertAndDeterminants)
     // Singular without a zero row: the zero pivot becomes 1e-20 and the call still succeeds.
     QelMatrix4 dup = FromRows({1, 2, 3, 0, 2, 4, 6, 0, 0, 0, 1, 0, 0, 0, 0, 1});
     EXPECT_TRUE(dup.Invert());
-    // A pivot in the lower rows.
-    QelMatrix4 perm = FromRows({0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0, 1});
-    QelMatrix4 inv = perm;
-    ASSERT_TRUE(inv.Invert());
-    ExpectNear(inv * perm, QelMatrix4(true), 0.0f);
-
+    // Pivoting and general inverses are compared with the plain elimination and with GLM.
     const QelMatrix4 g = FromRows({2, 0, 1, 3, 1, 3, 0, -1, 0, 1, 4, 2, 1, 0, 2, 5});
     EXPECT_NEAR(g.Determinant(), 62.0f, 1e-4f);
     EXPECT_NEAR(g.Determinant3(), 25.0f, 1e-5f);
-    QelMatrix4 gi = g;
-    ASSERT_TRUE(gi.Invert());
-    QelMatrix4 sound = g;
-    sound.SetMathematicallySound(true);
-    ExpectNear(sound * gi, QelMatrix4(true));
 }
 
 // The packed 4 x 4 inversion must pick the same pivots, refuse the same matrices and round the
@@ -386,15 +341,12 @@ TEST(QelMatrix, TextForms)
     EXPECT_EQ(QelMatrix3(f).String(), "{ (X:1, Y:4, Z:7),\n  (X:2, Y:5, Z:8),\n  (X:3, Y:6, Z:9) }\n");
 }
 
-TEST(QelMatrix3, ScaleRowsRotateAndInvert)
+TEST(QelMatrix3, TransposeRotateAndDeterminant)
 {
     const float f[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9}; // columns
-    QelMatrix3 m(f);
-    m.Scale(2, 1, 1); // the first row doubles, unlike QelMatrix4
-    const float g[9] = {2, 2, 3, 8, 5, 6, 14, 8, 9};
-    EXPECT_EQ(m, QelMatrix3(g));
+    QelMatrix3 m(f); // Scale (rows, unlike QelMatrix4) and Invert are compared with GLM
     m.Transpose();
-    EXPECT_EQ(m.m_fM[1], 8.0f);
+    EXPECT_EQ(m.m_fM[1], 4.0f);
 
     QelMatrix3 r;
     r.RotateZ(90);
@@ -415,12 +367,7 @@ TEST(QelMatrix3, ScaleRowsRotateAndInvert)
     }
 
     const float h[9] = {2, 0, 1, 1, 3, 0, 0, 1, 4};
-    QelMatrix3 hi(h);
-    EXPECT_NEAR(hi.Determinant(), 25.0f, 1e-5f);
-    ASSERT_TRUE(hi.Invert());
-    const QelMatrix3 prod = QelMatrix3(h) * hi;
-    for (int i = 0; i < 9; ++i)
-        EXPECT_NEAR(prod.m_fM[i], (i % 4 == 0) ? 1.0f : 0.0f, 1e-6f);
+    EXPECT_NEAR(QelMatrix3(h).Determinant(), 25.0f, 1e-5f);
     const float zero[9] = {1, 0, 3, 2, 0, 4, 5, 0, 6}; // row 1 is zero
     QelMatrix3 z(zero);
     EXPECT_FALSE(z.Invert());

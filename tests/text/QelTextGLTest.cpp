@@ -207,30 +207,6 @@ TEST(QelTextGL, AccentsAndAMissingGlyphDraw)
     EXPECT_EQ(log.Messages().size(), 0u) << log.Joined();
 }
 
-TEST(QelTextGL, AMissingFamilyDrawsInTheFallbackWithItsWarning)
-{
-    QEL_REQUIRE_GL_SIZED(kWidth, kHeight);
-    QelCapture log;
-    QelBitmapText asked("Fallback"), fallback("Fallback");
-    asked.SetFont(QelLogicalFont("Qel Missing Family", 24));
-    fallback.SetFont(QelLogicalFont("DejaVu Sans", 24));
-    LitBox aLit[2];
-    QelBitmapText* aText[2] = {&asked, &fallback};
-    for (int i = 0; i < 2; ++i)
-    {
-        aText[i]->SetTranslation(QelVec3(10, 60, 0));
-        BeginPixelFrame();
-        aText[i]->Render();
-        aLit[i] = FindLit();
-    }
-    ASSERT_TRUE(aLit[0].Any());
-    EXPECT_EQ(aLit[0].x0, aLit[1].x0);
-    EXPECT_EQ(aLit[0].x1, aLit[1].x1);
-    EXPECT_EQ(aLit[0].y1, aLit[1].y1);
-    EXPECT_EQ(log.Messages(), (std::vector<std::string>{
-                                  "<warning> Font family [Qel Missing Family] was not found: using [DejaVu Sans] instead\n"}));
-}
-
 TEST(QelTextGL, PolygonTextIsLitByTheSceneAndExtrudes)
 {
     QEL_REQUIRE_GL_SIZED(kWidth, kHeight);

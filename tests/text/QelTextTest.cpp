@@ -96,14 +96,19 @@ TEST(QelFontCache, AMissingFamilyFallsBackWithAWarningEachTimeItIsAskedFor)
     const std::string strWarning = "<warning> Font family [No Such Family] was not found: using [DejaVu Sans] instead\n";
     EXPECT_EQ(log.Messages(), (std::vector<std::string>{strWarning, strWarning}));
 
-    // A text object in that family measures (with the fallback) and says so once per change.
+    // A text object in that family lays out exactly as the fallback does, and says so once per change.
     QelTestApp::Get().Clear();
-    QelBitmapText label("Hello");
+    QelBitmapText label("Hello"), fallback("Hello");
     label.SetFont(QelLogicalFont("No Such Family", 20));
-    QelVec2 vSize;
+    fallback.SetFont(QelLogicalFont(kSans, 20));
+    QelVec2 vSize, vFallback;
     EXPECT_TRUE(label.GetTextSize(vSize));
     EXPECT_TRUE(label.GetTextSize(vSize));
-    EXPECT_GT(vSize.x, 0.0f);
+    QelBox2 cInk, cFallbackInk;
+    ASSERT_TRUE(fallback.GetTextSize(vFallback) && label.GetInkBox(cInk) && fallback.GetInkBox(cFallbackInk));
+    EXPECT_EQ(vSize, vFallback);
+    EXPECT_EQ(cInk.m_vecMin, cFallbackInk.m_vecMin);
+    EXPECT_EQ(cInk.m_vecMax, cFallbackInk.m_vecMax);
     EXPECT_EQ(log.Messages(),
               (std::vector<std::string>{"<warning> Font family [No Such Family] was not found: using [DejaVu Sans] instead\n"}));
 }

@@ -229,15 +229,11 @@ TEST(QelMasterXMLInterface, MalformedDeepAndHugeTextNeverBreaksTheCursor)
 {
     QelCapture cap;
     QelMasterXMLInterface x;
-    std::string strDeep;
-    for (int i = 0; i < 20000; ++i)
-        strDeep += "<d>";
+    // Nesting past the limit and text nodes past libxml2's own limit have their own tests.
     const std::string inputs[] = {"<", "<a", "<a><b><c>", "<a x='1' x='2'/>", "<a>&undefined;</a>",
                                   "<a>\xFF\xFE\x00</a>", std::string(100000, '<'), "<a>" + std::string(3000, '\0'),
                                   "<?xml version='1.0' encoding='bogus'?><a/>",
-                                  "<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>", strDeep,
-                                  // A text node beyond the parser's 10 MB limit.
-                                  "<r><t>" + std::string(11 * 1024 * 1024, 'x') + "</t><u>1</u></r>"};
+                                  "<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>"};
     for (const std::string& s : inputs) // each either loads a usable document or none
     {
         x.LoadDataFromString(s);
