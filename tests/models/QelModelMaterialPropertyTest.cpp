@@ -37,6 +37,15 @@ QelProperty& Get(QelModel& model, const std::string& strName)
     static QelProperty s_cMissing("missing", nullptr, eDataReal, false);
     return p ? *p : s_cMissing;
 }
+
+/// Loads the file, makes the red material blue and less shiny, and saves it.
+void SaveEdited(QelModel& model, const std::string& strFile, QelMasterXMLInterface& xml)
+{
+    ASSERT_TRUE(model.LoadFile(strFile));
+    Get(model, "Material:red:Diffuse").SetAsColor(0xFFFF0000u);
+    Get(model, "Material:red:Shininess").SetAsFloat(12.5f);
+    SaveTo(model, xml);
+}
 } // namespace
 
 TEST(QelModelMaterials, EachMaterialIsAGroupOfPropertiesShowingTheFilesValues)
@@ -84,10 +93,7 @@ TEST(QelModelMaterials, OnlyEditsAreSavedAndTheyReturnOnceTheFileIsLoadedAgain)
     QelMasterXMLInterface xml;
     {
         QelModel model;
-        ASSERT_TRUE(model.LoadFile(strFile));
-        Get(model, "Material:red:Diffuse").SetAsColor(0xFFFF0000u);
-        Get(model, "Material:red:Shininess").SetAsFloat(12.5f);
-        SaveTo(model, xml);
+        SaveEdited(model, strFile, xml);
         ASSERT_TRUE(xml.MoveToChildNode("Materials"));
         EXPECT_EQ(xml.GetNumChildNodes(), 1u) << "the unedited grey material is not written";
         ASSERT_TRUE(xml.MoveToChildNode("Material"));
@@ -145,9 +151,7 @@ TEST(QelModelMaterials, EditsOfAMaterialTheFileLostAreReportedAndKeptForSaving)
     QelMasterXMLInterface xml;
     {
         QelModel model;
-        ASSERT_TRUE(model.LoadFile(strFile));
-        Get(model, "Material:red:Diffuse").SetAsColor(0xFFFF0000u);
-        SaveTo(model, xml);
+        SaveEdited(model, strFile, xml);
     }
     dir.Write("m.mtl", "newmtl grey\nKd 0.5 0.5 0.5\n");
     dir.Write("m.obj", "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl grey\nf 1 2 3\n");
