@@ -219,6 +219,21 @@ TEST_F(ViewerWindowTest, ScriptEditsAModelsMaterialSavesReopensAndShowsTheNewCol
     EXPECT_EQ(cImage.CountRgb(kOldColor), 0u);
 }
 
+TEST_F(ViewerWindowTest, TimingPrintsTheOpenAndEveryFrame)
+{
+    std::ofstream(Path("timed.obj")) << "v 0 0 0\nv 1 0 0\nv 0 0 1\nf 1 2 3\n";
+    std::string strLog;
+    ASSERT_EQ(RunViewer({"--size", "320x240", "--timing", "3", Path("timed.obj"), Path("absent.obj")}, strLog), 0)
+        << strLog;
+    EXPECT_NE(strLog.find("timing: open " + Path("timed.obj") + ": "), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find("timing: open " + Path("absent.obj") + ": 0."), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find(" ms cpu (failed)\n"), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find(", 1 triangles\n"), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find("timing: later frames (2) median "), std::string::npos) << strLog;
+    EXPECT_EQ(RunViewer({"--timing", "0"}, strLog), 2);
+    EXPECT_NE(strLog.find("--timing takes a number of frames from 1 to 100000"), std::string::npos) << strLog;
+}
+
 TEST_F(ViewerWindowTest, BadFilesLeaveTheViewerRunning)
 {
     std::ofstream(Path("damaged.qvs")) << "<QelViewerScene version=\"1\"><Object type=\"Viewer Sh";
