@@ -573,15 +573,18 @@ int main(int argc, char** argv)
     }
     if (argc == 3 && std::strcmp(argv[1], "--obj-load-ms") == 0)
     {
-        double fBest = 1e30, fBestWall = 1e30;
+        double fBest = 1e30, fBestWall = 1e30, fFirst = 0.0;
         for (int i = 0; i < 3; ++i)
         {
             const double t0 = CpuMs(), w0 = QelGetHighResTime();
             benchmark::DoNotOptimize(LoadWith("qel", argv[2]));
+            fFirst = i == 0 ? CpuMs() - t0 : fFirst;
             fBest = std::min(fBest, CpuMs() - t0);
             fBestWall = std::min(fBestWall, (QelGetHighResTime() - w0) * 1000.0);
         }
-        std::printf("obj load %s: %.1f ms cpu, %.1f ms wall (best of 3)\n", argv[2], fBest, fBestWall);
+        // The first load of a process also pays for the first touch of the memory it fills.
+        std::printf("obj load %s: %.1f ms cpu, %.1f ms wall (best of 3); first %.1f ms cpu\n", argv[2], fBest,
+                    fBestWall, fFirst);
         return 0;
     }
     char buf[4096];

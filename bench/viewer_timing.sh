@@ -58,6 +58,7 @@ for round in $(seq 1 "$ROUNDS"); do
   "$BENCH" --obj-load-ms "$MODEL" >"$DIR/load.out"
   LOAD=$(field 's/.*: \([0-9.]*\) ms cpu.*/\1/p' "$DIR/load.out")
   LOAD_WALL=$(field 's/.* ms cpu, \([0-9.]*\) ms wall.*/\1/p' "$DIR/load.out")
+  LOAD_FIRST=$(field 's/.*; first \([0-9.]*\) ms cpu.*/\1/p' "$DIR/load.out")
   "$VIEWER" --size 1280x800 --script "$DIR/light.txt" --timing "$FRAMES" "$MODEL" >"$DIR/viewer.out" 2>"$DIR/viewer.log"
   OPEN_WALL=$(field 's/^timing: open .*: \([0-9.]*\) ms wall.*/\1/p' "$DIR/viewer.out")
   OPEN_CPU=$(field 's/^timing: open .* ms wall, \([0-9.]*\) ms cpu.*/\1/p' "$DIR/viewer.out")
@@ -70,21 +71,24 @@ for round in $(seq 1 "$ROUNDS"); do
   T_WALL=$(field 's/^[0-9]* more frames: median \([0-9.]*\) ms wall.*/\1/p' "$DIR/tool.out")
   T_CPU=$(field 's/^[0-9]* more frames: .*, median \([0-9.]*\) ms cpu$/\1/p' "$DIR/tool.out")
   echo "round $round: view $VIEW, $(sed -n 's/^timing: view [0-9x]*, //p' "$DIR/viewer.out"), $FRAMES frames each"
-  awk -v l="$LOAD" -v lw="$LOAD_WALL" -v oc="$OPEN_CPU" -v ow="$OPEN_WALL" -v vf="$V_FIRST" -v vw="$V_WALL" -v vc="$V_CPU" \
+  awk -v l="$LOAD" -v lw="$LOAD_WALL" -v lf="$LOAD_FIRST" -v oc="$OPEN_CPU" -v ow="$OPEN_WALL" -v vf="$V_FIRST" -v vw="$V_WALL" -v vc="$V_CPU" \
       -v tf="$T_FIRST" -v tw="$T_WALL" -v tc="$T_CPU" 'BEGIN {
     printf "  %-34s %10s %10s %8s %8s\n", "", "viewer", "reference", "ratio", "limit"
     printf "  %-34s %10.1f %10.1f %8.3f %8.2f\n", "frame, median cpu (ms)", vc, tc, vc / tc, 1.15
     printf "  %-34s %10.1f %10.1f %8.3f %8s\n", "frame, median wall (ms)", vw, tw, vw / tw, "-"
     printf "  %-34s %10.1f %10.1f %8.3f %8s\n", "first frame, uploads, wall (ms)", vf, tf, vf / tf, "-"
-    printf "  %-34s %10.1f %10.1f %8.3f %8.2f\n", "open, cpu (ms)", oc, l, oc / l, 1.20
+    printf "  %-34s %10.1f %10.1f %8.3f %8.2f\n", "open, cpu (ms), vs best of 3", oc, l, oc / l, 1.20
+    printf "  %-34s %10.1f %10.1f %8.3f %8s\n", "open, cpu (ms), vs first load", oc, lf, oc / lf, "-"
     printf "  %-34s %10.1f %10.1f %8.3f %8s\n", "open, wall (ms)", ow, lw, ow / lw, "-"
   }'
-  echo "$V_CPU $T_CPU $OPEN_CPU $LOAD $V_WALL $T_WALL" >>"$ROUNDS_FILE"
+  echo "$V_CPU $T_CPU $OPEN_CPU $LOAD $V_WALL $T_WALL $LOAD_FIRST" >>"$ROUNDS_FILE"
 done
-# The loader's figure is the best of three loads, the viewer opens once a round: the opens are
-# compared best against best too.
+# The loader's figure is the best of three loads, while the viewer opens once a round, as the first
+# load of its process: the opens are also compared best against best, and against the loader's first
+# load of each round.
 printf 'over %s rounds: frame cpu ratio %.3f (median; limit 1.15), frame wall ratio %.3f (median), ' \
   "$ROUNDS" "$(awk '{print $1/$2}' "$ROUNDS_FILE" | median)" "$(awk '{print $5/$6}' "$ROUNDS_FILE" | median)"
-printf 'open cpu ratio %.3f (median), %.3f (best open / best load; limit 1.20)\n' \
-  "$(awk '{print $3/$4}' "$ROUNDS_FILE" | median)" \
+printf 'open cpu ratio %.3f (median), %.3f (median against the first load of a process), ' \
+  "$(awk '{print $3/$4}' "$ROUNDS_FILE" | median)" "$(awk '{print $3/$7}' "$ROUNDS_FILE" | median)"
+printf '%.3f (best open / best load; limit 1.20)\n' \
   "$(awk 'NR==1 || $3<o {o=$3} NR==1 || $4<l {l=$4} END {print o/l}' "$ROUNDS_FILE")"

@@ -53,12 +53,13 @@ struct SCheck
     }
 };
 
-/// bDocument: for a scene document, which takes only what the object does not save itself; an undo
-/// state takes every value a person can edit (a model's material colors among them).
+/// bDocument: for a scene document, which takes what the object does not save itself, and the
+/// expressions of what it does (a model saves its material colors but not their expressions); an
+/// undo state takes every value a person can edit.
 bool IsSaved(QelPropertyContainer& cContainer, QelProperty& cProperty, bool bDocument)
 {
     // Group and interpolated-color parents are left to their children, which carry the values.
-    return (cProperty.WillAutoSave() || !bDocument) && !cProperty.IsMultiProperty() && !cProperty.IsInterpColorProperty() &&
+    return (cProperty.WillAutoSave() || !bDocument || cProperty.HasExpression()) && !cProperty.IsMultiProperty() && !cProperty.IsInterpColorProperty() &&
            ViewerValues::IsTextType(cProperty.GetDataType()) && !cContainer.IsPropertyButton(&cProperty) &&
            cProperty.GetName().rfind("Reserved:", 0) != 0;
 }
