@@ -216,6 +216,14 @@ TEST(QelModelMaterials, ReloadingFromInsideAReadOfAnOldMaterialKeepsThatProperty
     // A material of the same name keeps its property, showing the new file's value.
     EXPECT_EQ(model.GetProperty("Material:grey:Diffuse"), pKept);
     EXPECT_EQ(pKept->GetAsColor(), 0xFFFF0000u);
+    // Back to the first file before anything dropped the old properties: they serve again.
+    QelCapture cap;
+    model.GetProperty("Filename")->SetAsString(dir.File("m.obj"));
+    model.InvokeCalculate();
+    EXPECT_EQ(model.GetProperty("Material:red:Diffuse"), pOld);
+    EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
+    model.GetProperty("Filename")->SetAsString(dir.File("b.obj"));
+    model.InvokeCalculate();
     model.LoadFile(model.GetFilename());
     EXPECT_EQ(model.GetProperty("Material:red:Diffuse"), nullptr);
 }

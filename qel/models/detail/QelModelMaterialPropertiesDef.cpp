@@ -146,12 +146,22 @@ void QelModelMaterialPropertiesDef::Build(QelPropertyContainer& cContainer, cons
         c.m_cFile = data.m_vMaterials[i];
         for (int f = 0; f < eFieldCount; ++f)
         {
+            const std::string strName = std::string(kMaterial) + ":" + c.m_strKey + ":" + kFields[f].m_pName;
+            if (!c.m_apFields[f])
+            {
+                // A name unlisted by an earlier reload that has not been dropped yet comes back.
+                auto itOrphan = std::find_if(m_vOrphans.begin(), m_vOrphans.end(),
+                                             [&](QelProperty* p) { return p->GetName() == strName; });
+                if (itOrphan != m_vOrphans.end())
+                {
+                    c.m_apFields[f] = *itOrphan;
+                    m_vOrphans.erase(itOrphan);
+                }
+            }
             if (!c.m_apFields[f])
             {
                 // Not saved with the object's other properties: the model saves the edits alone.
-                c.m_apFields[f] = cContainer.CreateProperty(std::string(kMaterial) + ":" + c.m_strKey + ":" +
-                                                                kFields[f].m_pName,
-                                                            IsColor(f) ? eDataColor : eDataReal, false);
+                c.m_apFields[f] = cContainer.CreateProperty(strName, IsColor(f) ? eDataColor : eDataReal, false);
                 if (!c.m_apFields[f])
                     continue;
                 if (f == eFieldShininess)
