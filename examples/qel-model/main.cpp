@@ -1,7 +1,7 @@
 // qel-model: what a model file holds, conversion to the library's own format, and a picture of it.
 //   qel-model info FILE [--json]
 //   qel-model convert IN OUT.zmf
-//   qel-model render FILE OUT.png [--size WxH]
+//   qel-model render FILE OUT.png [--size WxH] [--frames N]
 #include "qel/display/QelCamera.h"
 #include "qel/display/QelLight.h"
 #include "qel/framework/QelSysApp.h"
@@ -14,10 +14,13 @@
 
 #include <GL/glew.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -40,7 +43,7 @@ int Usage()
 {
     std::fprintf(stderr, "usage: qel-model info FILE [--json]\n"
                          "       qel-model convert IN OUT.zmf\n"
-                         "       qel-model render FILE OUT.png [--size WxH]\n");
+                         "       qel-model render FILE OUT.png [--size WxH] [--frames N]\n");
     return 2;
 }
 
@@ -130,8 +133,23 @@ bool ParseSize(const char* p, int& nWidth, int& nHeight)
            nWidth <= 8192 && nHeight <= 8192;
 }
 
+/// Process CPU time in milliseconds (llvmpipe's drawing threads included).
+double CpuMs()
+{
+    timespec ts{};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+    return double(ts.tv_sec) * 1000.0 + double(ts.tv_nsec) / 1e6;
+}
+
+double Median(std::vector<double> v)
+{
+    std::sort(v.begin(), v.end());
+    const size_t n = v.size();
+    return n == 0 ? 0.0 : n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2.0;
+}
+
 /// The model framed to its bounds from the three-quarter view, lit by a head light, on a dark ground.
-int Render(const std::string& strFile, const std::string& strOut, int nWidth, int nHeight)
+int Render(const std::string& strFile, const std::string& strOut, int nWidth, int nHeight, int nMoreFrames)
 {
     std::string strWhy;
     if (!QelOffscreenContext::MakeCurrent(nWidth, nHeight, &strWhy) || !QelOffscreenContext::Resize(nWidth, nHeight))
@@ -159,22 +177,41 @@ int Render(const std::string& strFile, const std::string& strOut, int nWidth, in
     light.SetHeadLight(true);
     light.TurnOn(true);
 
+    // The first frame uploads the model; with nMoreFrames the same frame is drawn again that often.
+    auto fnFrame = [&]() {
+        glClearColor(0.14f, 0.15f, 0.18f, 1.0f);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        glEnable(GL_DEPTH_TEST);
+        camera.Apply();
+        QelLight::ApplyAll(camera.GetViewMatrix());
+        // Models made on either hand show their inner faces lit too.
+        glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, GL_TRUE);
+        model.Render();
+        glFinish();
+    };
     timer.Start();
-    glClearColor(0.14f, 0.15f, 0.18f, 1.0f);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    glEnable(GL_DEPTH_TEST);
-    camera.Apply();
-    QelLight::ApplyAll(camera.GetViewMatrix());
-    // Models made on either hand show their inner faces lit too.
-    glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, GL_TRUE);
-    model.Render();
-    glFinish();
+    fnFrame();
     const double fDrawMs = timer.GetElapsedSeconds() * 1000.0;
+    std::vector<double> vMoreMs, vMoreCpuMs;
+    for (int i = 0; i < nMoreFrames; ++i)
+    {
+        const double dCpu = CpuMs();
+        timer.Start();
+        fnFrame();
+        vMoreMs.push_back(timer.GetElapsedSeconds() * 1000.0);
+        vMoreCpuMs.push_back(CpuMs() - dCpu);
+    }
     light.TurnOn(false);
     if (!QelOffscreenContext::SavePng(strOut))
         return 1;
     std::printf("%s -> %s: %dx%d, %zu triangles (read %.1f ms, drawn %.1f ms)\n", strFile.c_str(), strOut.c_str(),
                 nWidth, nHeight, model.GetModelData().NumTriangles(), fLoadMs, fDrawMs);
+    if (!vMoreMs.empty())
+    {
+        std::printf("%zu more frames: median %.2f ms wall (min %.2f, max %.2f), median %.2f ms cpu\n", vMoreMs.size(),
+                    Median(vMoreMs), *std::min_element(vMoreMs.begin(), vMoreMs.end()),
+                    *std::max_element(vMoreMs.begin(), vMoreMs.end()), Median(vMoreCpuMs));
+    }
     return 0;
 }
 } // namespace
@@ -186,12 +223,22 @@ int main(int argc, char** argv)
         return Info(argv[2], argc == 4);
     if (argc == 4 && std::strcmp(argv[1], "convert") == 0)
         return Convert(argv[2], argv[3]);
-    if ((argc == 4 || argc == 6) && std::strcmp(argv[1], "render") == 0)
+    if (argc >= 4 && std::strcmp(argv[1], "render") == 0)
     {
-        int nWidth = 800, nHeight = 600;
-        if (argc == 6 && (std::strcmp(argv[4], "--size") != 0 || !ParseSize(argv[5], nWidth, nHeight)))
+        int nWidth = 800, nHeight = 600, nMoreFrames = 0;
+        for (int i = 4; i < argc; i += 2)
+        {
+            char cEnd = 0;
+            if (i + 1 >= argc)
+                return Usage();
+            if (std::strcmp(argv[i], "--size") == 0 && ParseSize(argv[i + 1], nWidth, nHeight))
+                continue;
+            if (std::strcmp(argv[i], "--frames") == 0 && std::sscanf(argv[i + 1], "%d%c", &nMoreFrames, &cEnd) == 1 &&
+                nMoreFrames >= 0 && nMoreFrames <= 100000)
+                continue;
             return Usage();
-        return Render(argv[2], argv[3], nWidth, nHeight);
+        }
+        return Render(argv[2], argv[3], nWidth, nHeight, nMoreFrames);
     }
     return Usage();
 }

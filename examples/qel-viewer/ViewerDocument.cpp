@@ -53,10 +53,13 @@ struct SCheck
     }
 };
 
-bool IsSaved(QelPropertyContainer& cContainer, QelProperty& cProperty)
+/// bDocument: for a scene document, which takes what the object does not save itself, and the
+/// expressions of what it does (a model saves its material colors but not their expressions); an
+/// undo state takes every value a person can edit.
+bool IsSaved(QelPropertyContainer& cContainer, QelProperty& cProperty, bool bDocument)
 {
     // Group and interpolated-color parents are left to their children, which carry the values.
-    return cProperty.WillAutoSave() && !cProperty.IsMultiProperty() && !cProperty.IsInterpColorProperty() &&
+    return (cProperty.WillAutoSave() || !bDocument || cProperty.HasExpression()) && !cProperty.IsMultiProperty() && !cProperty.IsInterpColorProperty() &&
            ViewerValues::IsTextType(cProperty.GetDataType()) && !cContainer.IsPropertyButton(&cProperty) &&
            cProperty.GetName().rfind("Reserved:", 0) != 0;
 }
@@ -75,7 +78,7 @@ void WriteProperties(QelXMLInterface& cXml, QelPropertyContainer& cContainer, bo
     cContainer.GetProperties(vProperties, false);
     for (QelProperty* pProperty : vProperties)
     {
-        if (!IsSaved(cContainer, *pProperty) || (bDocument && IsModelFile(cContainer, *pProperty)))
+        if (!IsSaved(cContainer, *pProperty, bDocument) || (bDocument && IsModelFile(cContainer, *pProperty)))
             continue;
         cXml.AddAndMoveToChildNode("Property");
         cXml.WriteStringAttribute("name", pProperty->GetName());

@@ -21,9 +21,13 @@ ViewerEdit::SGroup& GroupFor(ViewerEdit::SGroup& cRoot, const std::string& strNa
         std::string strPart = strName.substr(nStart, nColon - nStart);
         nStart = nColon + 1;
         ViewerEdit::SGroup* pChild = nullptr;
-        for (ViewerEdit::SGroup& cGroup : pGroup->m_vGroups)
-            if (cGroup.m_strName == strPart)
-                pChild = &cGroup;
+        // The properties of one group mostly follow each other (a model's thousand materials), so
+        // the newest group is tried before the search that the panel would repeat every frame.
+        if (!pGroup->m_vGroups.empty() && pGroup->m_vGroups.back().m_strName == strPart)
+            pChild = &pGroup->m_vGroups.back();
+        for (size_t i = 0; !pChild && i < pGroup->m_vGroups.size(); ++i)
+            if (pGroup->m_vGroups[i].m_strName == strPart)
+                pChild = &pGroup->m_vGroups[i];
         if (!pChild)
         {
             pGroup->m_vGroups.push_back(ViewerEdit::SGroup{strPart, {}, {}});

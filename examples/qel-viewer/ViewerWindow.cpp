@@ -2,6 +2,9 @@
 
 #include "ViewerApp.h"
 #include "ViewerLayout.h"
+#include "ViewerTiming.h"
+
+#include "qel/platform/QelTimer.h"
 
 #include <GL/glew.h>
 #include <GLFW/glfw3.h>
@@ -197,6 +200,24 @@ bool ViewerWindow::RenderFrames(int nFrames)
         RenderFrame(std::string(), bShot);
     }
     return true;
+}
+
+void ViewerWindow::TimeFrames(int nFrames, std::vector<double>& vWallMs, std::vector<double>& vCpuMs)
+{
+    if (!m_pWindow)
+        return;
+    glfwSwapInterval(0);
+    for (int i = 0; i < std::max(nFrames, 1); ++i)
+    {
+        const double dWall = QelGetHighResTime(), dCpu = ViewerTiming::CpuMs();
+        glfwPollEvents();
+        bool bShot = false;
+        RenderFrame(std::string(), bShot);
+        glFinish();
+        vWallMs.push_back((QelGetHighResTime() - dWall) * 1000.0);
+        vCpuMs.push_back(ViewerTiming::CpuMs() - dCpu);
+    }
+    glfwSwapInterval(1);
 }
 
 bool ViewerWindow::Screenshot(const std::string& strPath)

@@ -4,6 +4,7 @@
 #include "ViewerSession.h"
 
 #include <string>
+#include <vector>
 
 struct GLFWwindow;
 
@@ -26,6 +27,9 @@ public:
     /// Renders one more frame and writes it, panels included, as it will appear.
     bool Screenshot(const std::string& strPath) override;
     bool Resize(int nWidth, int nHeight) override;
+    /// Draws n frames without waiting for the display's refresh and gives each one's wall and
+    /// process CPU time in milliseconds, panels and buffer swap included, the drawing finished.
+    void TimeFrames(int nFrames, std::vector<double>& vWallMs, std::vector<double>& vCpuMs);
 
     /// Asks the main loop to end after this frame.
     void Close();

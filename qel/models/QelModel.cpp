@@ -3,6 +3,7 @@
 #include "qel/framework/QelSysApp.h"
 #include "qel/models/QelModelFormat.h"
 #include "qel/models/detail/QelModelDrawDef.h"
+#include "qel/models/detail/QelModelMaterialPropertiesDef.h"
 #include "qel/models/detail/QelModelPickDef.h"
 #include "qel/properties/QelProperty.h"
 #include "qel/xml/QelXMLInterface.h"
@@ -15,7 +16,7 @@ namespace
 const char* const kFilename = "Filename";
 }
 
-QelModel::QelModel()
+QelModel::QelModel() : m_pMaterials(new QelModelMaterialPropertiesDef())
 {
     m_pFilename = CreateProperty(kFilename, eDataFilename);
 }
@@ -29,6 +30,7 @@ std::string QelModel::GetFilename() const
 
 bool QelModel::LoadFile(const std::string& strFile)
 {
+    m_pMaterials->DropOrphans(*this);
     if (m_pFilename)
         m_pFilename->SetAsString(strFile);
     return LoadNamedFile(strFile);
@@ -40,7 +42,18 @@ bool QelModel::LoadNamedFile(const std::string& strFile)
     m_pDraw.reset();
     m_pPick.reset();
     m_cData.Clear();
+    m_pMaterials->ClearPending();
     SetExtents(QelBox3());
+    const bool bOk = ReadNamedFile(strFile);
+    if (!bOk)
+        m_cData.Clear();
+    m_pMaterials->Build(*this, m_cData);
+    SetExtents(m_cData.m_cBounds);
+    return bOk;
+}
+
+bool QelModel::ReadNamedFile(const std::string& strFile)
+{
     if (strFile.empty())
         return false;
     QelModelFormat* pFormat = QelModelFormat::GetFileHandlerForFilename(strFile);
@@ -49,17 +62,17 @@ bool QelModel::LoadNamedFile(const std::string& strFile)
         QelSysApp::App().PrintToConsole("<error> QelModel - No loader found for file [%s]\n", strFile.c_str());
         return false;
     }
-    if (!pFormat->Load(strFile, m_cData))
-    {
-        m_cData.Clear();
-        return false;
-    }
-    SetExtents(m_cData.m_cBounds);
-    return true;
+    return pFormat->Load(strFile, m_cData);
 }
 
 void QelModel::Draw()
 {
+    m_pMaterials->DropOrphans(*this);
+    if (IsDirty())
+    {
+        SetDirtyBit(false);
+        InvokeCalculate();
+    }
     if (m_cData.Empty())
         return;
     if (!m_pDraw)
@@ -82,6 +95,11 @@ void QelModel::Calculate()
     std::string strFile = GetFilename();
     if (strFile != m_strLoaded)
         LoadNamedFile(strFile);
+    std::vector<size_t> vChanged;
+    m_pMaterials->Apply(m_cData, vChanged);
+    if (m_pDraw)
+        for (size_t n : vChanged)
+            m_pDraw->UpdateMaterial(n, m_cData.m_vMaterials[n]);
 }
 
 bool QelModel::Save(QelXMLInterface* pXML)
@@ -90,7 +108,8 @@ bool QelModel::Save(QelXMLInterface* pXML)
         return false;
     std::string strFile = GetFilename();
     std::string strRelative = QelSysApp::App().ConvertPathToRelative(strFile);
-    return pXML->WriteString(kFilename, strRelative.empty() ? strFile : strRelative);
+    const bool bOk = pXML->WriteString(kFilename, strRelative.empty() ? strFile : strRelative);
+    return m_pMaterials->Save(*pXML) && bOk;
 }
 
 bool QelModel::Load(QelXMLInterface* pXML)
@@ -100,6 +119,7 @@ bool QelModel::Load(QelXMLInterface* pXML)
     std::string strFile = pXML->ReadString(kFilename, "");
     std::string strAbsolute = strFile.empty() ? strFile : QelSysApp::App().ConvertPathToAbsolute(strFile);
     LoadFile(strAbsolute.empty() ? strFile : strAbsolute);
+    m_pMaterials->Load(*pXML, GetFilename());
     return true;
 }
 
@@ -107,6 +127,9 @@ std::string QelModel::GetPropertyDescription(const QelProperty* pProperty)
 {
     if (pProperty && pProperty == m_pFilename)
         return "Model file to display";
+    std::string strMaterial = m_pMaterials->Description(pProperty);
+    if (!strMaterial.empty())
+        return strMaterial;
     return QelDisplayObject::GetPropertyDescription(pProperty);
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 
 class QelModelDrawDef;
+class QelModelMaterialPropertiesDef;
 class QelModelPickDef;
 class QelProperty;
 class QelXMLInterface;
@@ -16,6 +17,11 @@ class QelXMLInterface;
 /// the loader registered for the file's extension, keeps its own copy of the model data (two models of
 /// one file share nothing), and takes its extents and cull radius from the model's bounds. The file
 /// name is saved with the object and the file is loaded again when the object is loaded.
+///
+/// Each material of the file is shown as properties "Material:<name>:Ambient", ":Diffuse",
+/// ":Specular", ":Emissive", ":Shininess" and ":Transparency"; editing one changes the drawing. The
+/// file's values are the defaults: only edited values are saved, and they are put back by name
+/// once the file is loaded again.
 ///
 /// Drawing uploads the meshes into geometry buffers and loads the materials' textures at the first
 /// draw, in the OpenGL context current then; the model must be deleted (or reloaded) while that
@@ -46,17 +52,21 @@ public:
     /// The model's triangles under their nodes' matrices; null while nothing is loaded.
     QelPickMesh* GetPickMesh() override;
 
-    /// Loads again when the "Filename" property was edited to another file.
+    /// Loads again when the "Filename" property was edited to another file; takes edited material
+    /// properties into the model data and the drawing.
     void Calculate() override;
-    /// Writes the icon position and "Filename" (relative to the document when the host converts paths).
+    /// Writes the icon position, "Filename" (relative to the document when the host converts paths)
+    /// and the edited material values.
     bool Save(QelXMLInterface* pXML) override;
-    /// Reads what Save writes and loads the file.
+    /// Reads what Save writes, loads the file and applies the saved material edits; edits of a
+    /// material the file no longer has are reported and kept for the next Save.
     bool Load(QelXMLInterface* pXML) override;
     std::string GetPropertyDescription(const QelProperty* pProperty) override;
     std::string GetPropertyFilenameFilter(QelProperty* pProperty) override;
 
 private:
     bool LoadNamedFile(const std::string& strFile);
+    bool ReadNamedFile(const std::string& strFile);
 
     QelProperty* m_pFilename = nullptr;
     std::string m_strLoaded;
@@ -64,4 +74,5 @@ private:
     /// Made at the first draw and at the first pick, dropped with the data they were made from.
     std::unique_ptr<QelModelDrawDef> m_pDraw;
     std::unique_ptr<QelModelPickDef> m_pPick;
+    std::unique_ptr<QelModelMaterialPropertiesDef> m_pMaterials;
 };

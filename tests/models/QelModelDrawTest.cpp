@@ -3,6 +3,8 @@
 #include "qel/models/QelModel.h"
 #include "qel/models/QelModelFormat.h"
 #include "qel/platform/QelOffscreenContext.h"
+#include "qel/properties/QelProperty.h"
+#include "qel/xml/QelMasterXMLInterface.h"
 #include "tests/materials/QelMaterialsTestUtil.h"
 #include "tests/models/Qel3dsTestFile.h"
 #include "tests/models/QelModelTestSupport.h"
@@ -160,6 +162,41 @@ TEST(QelModelDraw, OpaqueMaterialsComeFirstAndTranslucentOnesBlendOverThem)
     GLboolean bDepthWrites = GL_FALSE;
     glGetBooleanv(GL_DEPTH_WRITEMASK, &bDepthWrites);
     EXPECT_TRUE(bDepthWrites);
+}
+
+TEST(QelModelDraw, EditedMaterialPropertiesRepaintWithoutUploadingAndComeBackFromADocument)
+{
+    QEL_REQUIRE_GL_SIZED(kSize, kSize);
+    QelModelTempDir dir;
+    QelMasterXMLInterface xml;
+    {
+        QelModel model;
+        ASSERT_TRUE(model.LoadFile(WriteTwoQuads(dir)));
+        BeginFrame();
+        model.Render();
+        const unsigned nBytesUploaded = QelGeometryBuffer::VideoMemoryVertexBytes();
+        model.GetProperty("Material:red:Diffuse")->SetAsColor(0xFFFF0000u);
+        BeginFrame();
+        model.Render();
+        ExpectPixel(16, 32, Rgb(0, 0, 255), "edited quad");
+        ExpectPixel(48, 14, Rgb(0, 255, 0), "the other material's quad");
+        // Made translucent it moves to the blended pass.
+        model.GetProperty("Material:red:Transparency")->SetAsFloat(0.5f);
+        BeginFrame();
+        model.Render();
+        ExpectPixel(16, 32, Rgb(0, 0, 128), "half transparent quad");
+        EXPECT_EQ(QelGeometryBuffer::VideoMemoryVertexBytes(), nBytesUploaded);
+        xml.NewData("Document", "");
+        ASSERT_TRUE(xml.AddAndMoveToChildNode("Object"));
+        ASSERT_TRUE(model.Save(&xml));
+    }
+    QelModel loaded;
+    ASSERT_TRUE(xml.MoveToRootNode() && xml.MoveToChildNode("Object"));
+    ASSERT_TRUE(loaded.Load(&xml));
+    BeginFrame();
+    loaded.Render();
+    ExpectPixel(16, 32, Rgb(0, 0, 128), "reloaded quad");
+    ExpectPixel(48, 50, Rgb(0, 0, 255), "reloaded textured quad");
 }
 
 TEST(QelModelDraw, NodesPlaceMeshesDownTheHierarchyAndPickingSeesThem)

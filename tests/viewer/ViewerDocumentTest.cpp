@@ -191,6 +191,30 @@ void WriteTriangleModel(const std::string& strDir, const std::string& strName)
                                                    << "usemtl red\nf 1 2 3\n";
 }
 
+TEST_F(ViewerDocumentTest, AModelsMaterialEditsAndTheirExpressionsReopen)
+{
+    WriteTriangleModel(m_strDir, "tri");
+    ASSERT_TRUE(m_cSession.OpenFile(m_strDir + "/tri.obj"));
+    QelDisplayObject* pTri = m_cSession.Scene().FindByName("tri");
+    ASSERT_NE(pTri, nullptr);
+    ASSERT_TRUE(ViewerEdit::SetFromText(Prop(pTri, "Material:red:Emissive"), "#2040C0"));
+    ASSERT_EQ(ViewerEdit::SetExpression(Prop(pTri, "Material:red:Shininess"), "4 * 8"), "");
+    ASSERT_TRUE(m_cSession.SaveScene(Path("scene.qvs")));
+    // Only the model writes the edited color; the document adds the expression alone.
+    const std::string strSaved = ReadFile(Path("scene.qvs"));
+    EXPECT_EQ(strSaved.find("Material:red:Emissive"), std::string::npos) << strSaved;
+    EXPECT_NE(strSaved.find("name=\"Material:red:Shininess\""), std::string::npos) << strSaved;
+    m_cSession.NewScene();
+    ASSERT_TRUE(m_cSession.OpenFile(Path("scene.qvs")));
+    pTri = m_cSession.Scene().FindByName("tri");
+    ASSERT_NE(pTri, nullptr);
+    EXPECT_EQ(Prop(pTri, "Material:red:Emissive").GetAsColor(), 0xFFC04020u);
+    std::string strExpression;
+    Prop(pTri, "Material:red:Shininess").GetExpression(strExpression);
+    EXPECT_EQ(strExpression, "4 * 8");
+    EXPECT_DOUBLE_EQ(Prop(pTri, "Material:red:Shininess").GetAsDouble(), 32.0);
+}
+
 TEST_F(ViewerDocumentTest, ModelsOpenSideBySideAndReopenFromTheScenesFolder)
 {
     std::string strFirst = ViewerScratchDir("models-first");

@@ -60,6 +60,16 @@ TEST_F(ViewerEditTest, PropertiesAreGroupedByTheColonsInTheirNames)
     // The view's "Reserved:This" is bookkeeping, not something to edit.
     ViewerEdit::SGroup cView = ViewerEdit::GroupProperties(m_cSession.View());
     EXPECT_EQ(Child(cView, "Reserved"), nullptr);
+    // A group met again after another keeps one entry, in the order first met.
+    m_pShape->CreateProperty("Extra:A:x", eDataReal);
+    m_pShape->CreateProperty("Extra:B:y", eDataReal);
+    m_pShape->CreateProperty("Extra:A:z", eDataReal);
+    const ViewerEdit::SGroup cWithExtra = ViewerEdit::GroupProperties(*m_pShape);
+    const ViewerEdit::SGroup* pExtra = Child(cWithExtra, "Extra");
+    ASSERT_NE(pExtra, nullptr);
+    ASSERT_EQ(pExtra->m_vGroups.size(), 2u);
+    EXPECT_EQ(Names(pExtra->m_vGroups[0].m_vProperties), (std::vector<std::string>{"Extra:A:x", "Extra:A:z"}));
+    EXPECT_EQ(pExtra->m_vGroups[1].m_strName, "B");
     EXPECT_EQ(ViewerEdit::LeafName("Material:Tint:Low color"), "Low color");
     EXPECT_EQ(ViewerEdit::LeafName("Notes"), "Notes");
 }

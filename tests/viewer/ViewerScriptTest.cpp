@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 namespace
 {
 TEST(ViewerScript, LinesSplitIntoWordsWithQuotes)
@@ -60,6 +62,25 @@ TEST(ViewerScript, CommandsEditThroughThePanelsPath)
     ASSERT_TRUE(ViewerScript::Run(cSession, "undo\nundo\nundo\nundo\n", "t"));
     EXPECT_FALSE(pA->GetProperty("Material:Use tint")->GetAsBool());
     EXPECT_FALSE(ViewerTestApp().CanUndo());
+}
+
+TEST(ViewerScript, AModelsMaterialColorIsEditedAndUndoneLikeAnyProperty)
+{
+    const std::string strDir = ViewerScratchDir("script_material");
+    std::ofstream(strDir + "/cube.mtl") << "newmtl paint\nKd 1 0 0\n";
+    std::ofstream(strDir + "/cube.obj") << "mtllib cube.mtl\nv 0 0 0\nv 1 0 0\nv 0 0 1\nusemtl paint\nf 1 2 3\n";
+    ViewerSession cSession(ViewerTestApp());
+    ViewerTestApp().ClearUndo();
+    ASSERT_TRUE(ViewerScript::Run(cSession, "open " + strDir + "/cube.obj\nset Material:paint:Diffuse #20C040\n", "t"));
+    QelDisplayObject* pModel = cSession.Scene().FindByName("cube");
+    ASSERT_NE(pModel, nullptr);
+    QelProperty* pDiffuse = pModel->GetProperty("Material:paint:Diffuse");
+    ASSERT_NE(pDiffuse, nullptr);
+    EXPECT_EQ(pDiffuse->GetAsColor(), 0xFF40C020u);
+    ASSERT_TRUE(ViewerScript::Run(cSession, "undo\n", "t"));
+    EXPECT_EQ(pDiffuse->GetAsColor(), 0xFF0000FFu);
+    ASSERT_TRUE(ViewerScript::Run(cSession, "redo\n", "t"));
+    EXPECT_EQ(pDiffuse->GetAsColor(), 0xFF40C020u);
 }
 
 TEST(ViewerScript, CustomCommandsRunAndUndo)

@@ -182,33 +182,29 @@ std::string ViewerWindowTest::s_strDir;
 std::string ViewerWindowTest::s_strSkip;
 VirtualDisplay* ViewerWindowTest::s_pDisplay = nullptr;
 
-TEST_F(ViewerWindowTest, ScriptEditsSavesReopensAndShowsTheNewColor)
+TEST_F(ViewerWindowTest, ScriptEditsAModelsMaterialSavesReopensAndShowsTheNewColor)
 {
-    // The scene the test writes: one shape in the default color, and a model (an OBJ with its
-    // material file) opened beside it. Models draw nothing yet in this build, so the color that
-    // the screenshot must show is the shape's.
-    const unsigned int kOldColor = 0xD08030, kNewColor = 0x40C020; // 0xBBGGRR
-    std::ofstream(Path("start.qvs")) << "<QelViewerScene version=\"1\"><Object type=\"Viewer Shape\" name=\"Box01\">"
-                                        "<Property name=\"Material:Color\" type=\"9\" value=\"0xFFD08030\"/>"
-                                        "</Object></QelViewerScene>\n";
-    std::ofstream(Path("wedge.mtl")) << "newmtl green\nKd 0.1 0.8 0.2\n";
-    std::ofstream(Path("wedge.obj")) << "mtllib wedge.mtl\nv 3 0 0\nv 5 0 0\nv 3 0 1\nusemtl green\nf 1 2 3\n";
-    std::ofstream(Path("edit.txt")) << "open " << Path("start.qvs") << "\n"
-                                    << "open " << Path("wedge.obj") << "\n"
-                                    << "select wedge\n"
-                                    << "select Box01\n"
-                                    << "set Material:Color #20C040\n"
+    // A square model facing the front view, in a material that the script recolors through the
+    // property panel's path; the scene is saved, emptied, opened again and photographed.
+    const unsigned int kOldColor = 0x337FCC, kNewColor = 0x40C020; // 0xBBGGRR
+    std::ofstream(Path("square.mtl")) << "newmtl paint\nKa 0.2 0.2 0.2\nKd 0.8 0.5 0.2\n";
+    std::ofstream(Path("square.obj")) << "mtllib square.mtl\nv -1 0 -1\nv 1 0 -1\nv 1 0 1\nv -1 0 1\n"
+                                         "usemtl paint\nf 1 2 3 4\n";
+    std::ofstream(Path("edit.txt")) << "open " << Path("square.obj") << "\n"
+                                    << "select square\n"
+                                    << "set Material:paint:Diffuse #20C040\n"
                                     << "save " << Path("saved.qvs.gz") << "\n"
                                     << "new\n"
                                     << "open " << Path("saved.qvs.gz") << "\n"
-                                    << "select Box01\n"
+                                    << "select square\n"
                                     << "view front\nzoom selected\nframes 3\n"
                                     << "screenshot " << Path("shot.png") << "\n";
     std::string strLog;
     ASSERT_EQ(RunViewer({"--size", "800x600", "--script", Path("edit.txt")}, strLog), 0) << strLog;
-    EXPECT_NE(strLog.find("Opened model " + Path("wedge.obj")), std::string::npos) << strLog;
-    EXPECT_NE(strLog.find("Opened scene " + Path("saved.qvs.gz") + " (2 objects)"), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find("Opened model " + Path("square.obj")), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find("Opened scene " + Path("saved.qvs.gz") + " (1 objects)"), std::string::npos) << strLog;
     EXPECT_EQ(strLog.find("error:"), std::string::npos) << strLog; // the model was found again
+    EXPECT_EQ(strLog.find("warning:"), std::string::npos) << strLog; // and its material
     std::string strSaved = ReadFile(Path("saved.qvs.gz"));
     ASSERT_GE(strSaved.size(), 2u);
     EXPECT_EQ(strSaved.substr(0, 2), "\x1f\x8b");
@@ -218,9 +214,24 @@ TEST_F(ViewerWindowTest, ScriptEditsSavesReopensAndShowsTheNewColor)
     ASSERT_TRUE(ViewerReadPng(Path("shot.png"), cImage, strWhy)) << strWhy;
     EXPECT_EQ(cImage.m_nWidth, 800);
     EXPECT_EQ(cImage.m_nHeight, 600);
-    // The front face fills a good part of the view in the new color; the old one is gone.
+    // The square fills a good part of the view in the new color; the file's color is gone.
     EXPECT_GT(cImage.CountRgb(kNewColor), 20000u);
     EXPECT_EQ(cImage.CountRgb(kOldColor), 0u);
+}
+
+TEST_F(ViewerWindowTest, TimingPrintsTheOpenAndEveryFrame)
+{
+    std::ofstream(Path("timed.obj")) << "v 0 0 0\nv 1 0 0\nv 0 0 1\nf 1 2 3\n";
+    std::string strLog;
+    ASSERT_EQ(RunViewer({"--size", "320x240", "--timing", "3", Path("timed.obj"), Path("absent.obj")}, strLog), 0)
+        << strLog;
+    EXPECT_NE(strLog.find("timing: open " + Path("timed.obj") + ": "), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find("timing: open " + Path("absent.obj") + ": 0."), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find(" ms cpu (failed)\n"), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find(", 1 triangles\n"), std::string::npos) << strLog;
+    EXPECT_NE(strLog.find("timing: later frames (2) median "), std::string::npos) << strLog;
+    EXPECT_EQ(RunViewer({"--timing", "0"}, strLog), 2);
+    EXPECT_NE(strLog.find("--timing takes a number of frames from 1 to 100000"), std::string::npos) << strLog;
 }
 
 TEST_F(ViewerWindowTest, BadFilesLeaveTheViewerRunning)

@@ -92,6 +92,11 @@ void QelModelDrawDef::CollectDraws(const QelModelData& data)
     m_vDraws.erase(std::remove_if(m_vDraws.begin(), m_vDraws.end(),
                                   [&](const SDraw& d) { return !m_vMeshes[size_t(d.m_nMesh)].m_bUploaded; }),
                    m_vDraws.end());
+    SortDraws();
+}
+
+void QelModelDrawDef::SortDraws()
+{
     std::stable_sort(m_vDraws.begin(), m_vDraws.end(), [&](const SDraw& a, const SDraw& b) {
         const size_t na = size_t(a.m_nMaterial), nb = size_t(b.m_nMaterial);
         if (m_vTranslucent[na] != m_vTranslucent[nb])
@@ -100,6 +105,19 @@ void QelModelDrawDef::CollectDraws(const QelModelData& data)
             return m_vMaterials[na].m_nRenderLayer < m_vMaterials[nb].m_nRenderLayer;
         return na < nb;
     });
+}
+
+void QelModelDrawDef::UpdateMaterial(size_t nMaterial, const QelModelMaterial& cMaterial)
+{
+    // The last entry is the default material, which no model material names.
+    if (nMaterial + 1 >= m_vMaterials.size())
+        return;
+    QelMapModelColors(cMaterial, m_vMaterials[nMaterial]);
+    const bool bTranslucent = cMaterial.IsTranslucent();
+    if (m_vTranslucent[nMaterial] == bTranslucent)
+        return;
+    m_vTranslucent[nMaterial] = bTranslucent;
+    SortDraws();
 }
 
 void QelModelDrawDef::DrawMesh(const SMesh& c) const

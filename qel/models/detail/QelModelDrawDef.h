@@ -2,6 +2,7 @@
 
 #include "qel/buffers/QelTightlyPackedBuffer.h"
 #include "qel/materials/QelMaterial.h"
+#include "qel/models/QelModelMaterial.h"
 #include "qel/math/QelMatrix4.h"
 
 #include <string>
@@ -24,6 +25,9 @@ public:
     /// Draws material by material under the current modelview matrix; the OpenGL state it changes
     /// is restored afterwards.
     void Draw() const;
+    /// Takes the new colors, shininess and transparency of the model's material nMaterial; its
+    /// textures stay. Needs no OpenGL context.
+    void UpdateMaterial(size_t nMaterial, const QelModelMaterial& cMaterial);
 
 private:
     struct SMesh
@@ -45,6 +49,7 @@ private:
 
     static bool UploadMesh(const QelModelData& data, size_t nMesh, SMesh& cOut);
     void CollectDraws(const QelModelData& data);
+    void SortDraws();
     void DrawMesh(const SMesh& cMesh) const;
 
     std::vector<SMesh> m_vMeshes;

@@ -38,18 +38,24 @@ bool AddDiffuseMap(const QelModelMaterial& cModel, const std::string& strModelFi
 }
 } // namespace
 
+void QelMapModelColors(const QelModelMaterial& cModel, QelMaterial& cOut)
+{
+    cOut.m_strName = cModel.m_strName;
+    cOut.m_vecAmbient = cModel.m_vecAmbient;
+    cOut.m_vecDiffuse = cModel.m_vecDiffuse;
+    // A value that is not a number is drawn opaque, as the translucency test below reads it.
+    cOut.m_vecDiffuse.w =
+        cModel.m_fOpacity >= 0.0f ? std::min(cModel.m_fOpacity, 1.0f) : cModel.m_fOpacity < 0.0f ? 0.0f : 1.0f;
+    cOut.m_vecSpecular = cModel.m_vecSpecular;
+    cOut.m_vecEmissive = cModel.m_vecEmissive;
+    cOut.m_fShininess = cModel.m_fShininess > 0.0f ? std::min(cModel.m_fShininess, 128.0f) : 0.0f;
+    cOut.m_nRenderLayer = cModel.IsTranslucent() ? 1 : 0;
+}
+
 QelMaterial QelMapModelMaterial(const QelModelMaterial& cModel, const std::string& strModelFile)
 {
     QelMaterial c;
-    c.m_strName = cModel.m_strName;
-    c.m_vecAmbient = cModel.m_vecAmbient;
-    c.m_vecDiffuse = cModel.m_vecDiffuse;
-    // A value that is not a number is drawn opaque, as the translucency test below reads it.
-    c.m_vecDiffuse.w = cModel.m_fOpacity >= 0.0f ? std::min(cModel.m_fOpacity, 1.0f) : cModel.m_fOpacity < 0.0f ? 0.0f : 1.0f;
-    c.m_vecSpecular = cModel.m_vecSpecular;
-    c.m_vecEmissive = cModel.m_vecEmissive;
-    c.m_fShininess = cModel.m_fShininess > 0.0f ? std::min(cModel.m_fShininess, 128.0f) : 0.0f;
-    c.m_nRenderLayer = cModel.IsTranslucent() ? 1 : 0;
+    QelMapModelColors(cModel, c);
     AddDiffuseMap(cModel, strModelFile, c);
     return c;
 }

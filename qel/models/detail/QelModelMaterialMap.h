@@ -11,3 +11,7 @@
 /// relative to the model file, whatever the case of its name. A map that cannot be found or read is
 /// left out with a warning, so the material is drawn untextured. Needs the OpenGL context.
 QelMaterial QelMapModelMaterial(const QelModelMaterial& cModel, const std::string& strModelFile);
+
+/// The part of QelMapModelMaterial that needs no OpenGL: name, colors, shininess and render layer
+/// (the texture layers of cOut stay as they are).
+void QelMapModelColors(const QelModelMaterial& cModel, QelMaterial& cOut);
