@@ -11,10 +11,13 @@
 /// Object identifier with the Windows layout: one 32-bit, two 16-bit fields and eight bytes.
 struct GUID
 {
+    /// The fields in the Windows layout, so that saved identifiers read the same everywhere.
+    ///@{
     uint32_t Data1;
     uint16_t Data2;
     uint16_t Data3;
     uint8_t Data4[8];
+    ///@}
 };
 #endif
 
