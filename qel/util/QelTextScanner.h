@@ -25,8 +25,13 @@ public:
     };
 
     QelTextScanner();
+    /// Takes over the other scanner's position, current line, word and switches. A file is
+    /// opened again at the same point, so each scanner reads and closes its own; a memory block is
+    /// shared and must outlive both.
+    ///@{
     QelTextScanner(const QelTextScanner& other);
     QelTextScanner& operator=(const QelTextScanner& other);
+    ///@}
     virtual ~QelTextScanner();
 
     /// Tab, line feed, carriage return, and a blank when the space delimiter is on. A derived
@@ -61,9 +66,16 @@ public:
     /// An optional '-' and at least one decimal digit, nothing else.
     static bool IsInt(const char* pWord, int nLength);
 
+    /// With this on, integers are classified as reals, for files that mix "1" and "1.0" in one
+    /// column. Off by default.
     void SetReadIntsAsFloats(bool bOn) { m_bReadIntsAsFloats = bOn; }
+    /// With this on (the default) a comma ends a word as white space does, so "1,2" is two words.
     void SetCommaDelimiter(bool bOn);
+    /// With this on a blank ends a word; off by default, so only tabs and line ends separate words.
     void SetSpaceDelimiter(bool bOn);
+    /// With this on, a word starting with '"' runs to the closing quote, blanks and commas
+    /// included, and comes back without the quotes; a quote left open at the line's end is reported.
+    /// Off by default.
     void SetQuotesDelimitStrings(bool bOn) { m_bQuotesDelimitStrings = bOn; }
 
     /// Lines returned since Open (-1 before the first Open).

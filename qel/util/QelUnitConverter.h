@@ -138,6 +138,7 @@ public:
     };
 
     QelUnitConverter() = default;
+    /// Nothing to copy: every conversion is static.
     QelUnitConverter& operator=(const QelUnitConverter&) = default;
 
     /// Converts one value; false with an error in the log when the kinds differ (result untouched).
