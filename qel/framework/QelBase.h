@@ -18,6 +18,8 @@ public:
     QelBase(const QelBase& other);
     /// Copies the name only; identifier, links and deleted flag stay.
     QelBase& operator=(const QelBase& other);
+    /// Reports "<error> Object [%s] was deleted without being released by holders correctly." when
+    /// holders remain (OnDelete was skipped or ignored); their links are then left dangling.
     virtual ~QelBase();
 
     /// A copy of the name; messages of derived objects quote it.

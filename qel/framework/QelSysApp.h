@@ -45,6 +45,8 @@ public:
     QelSysApp(const QelSysApp&) {}
     QelSysApp& operator=(const QelSysApp&) { return *this; }
     ///@}
+    /// Unregisters this object if it is the singleton; messages then go nowhere until another
+    /// application object is constructed.
     virtual ~QelSysApp();
 
     /// The registered singleton; null until the first application object is constructed.
