@@ -37,7 +37,11 @@ QEL_EXPORT bool QelGuidFromString(const std::string& strText, GUID& guid);
 QEL_EXPORT int QelGuidCompare(const GUID& a, const GUID& b);
 
 #if !defined(_WIN32)
+/// Identifiers are equal when all sixteen bytes are.
+///@{
 inline bool operator==(const GUID& a, const GUID& b) { return QelGuidCompare(a, b) == 0; }
 inline bool operator!=(const GUID& a, const GUID& b) { return QelGuidCompare(a, b) != 0; }
+///@}
 #endif
+/// The order of QelGuidCompare, so that identifiers key a std::map or std::set.
 inline bool operator<(const GUID& a, const GUID& b) { return QelGuidCompare(a, b) < 0; }

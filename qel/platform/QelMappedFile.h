@@ -22,9 +22,12 @@ public:
 
     /// Nothing open: Data() null, Size() 0.
     QelMappedFile() = default;
+    /// One owner per mapping: not copied; destruction closes the file.
+    ///@{
     QelMappedFile(const QelMappedFile&) = delete;
     QelMappedFile& operator=(const QelMappedFile&) = delete;
     ~QelMappedFile();
+    ///@}
 
     /// Opens strPath (closing what was open), mapping it or reading it in whole (pipes and
     /// empty files). Anything but eOpened leaves the object closed; nothing is logged, the caller
