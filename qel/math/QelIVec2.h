@@ -37,7 +37,7 @@ public:
     /// Replaces both components.
     void Set(const int& nX, const int& nY) { x = nX; y = nY; }
 
-    /// Address of x, for calls that take an int array (glViewport-style rectangles).
+    /// Address of x, for calls that take an int array (glVertex2iv and the like).
     ///@{
     operator int*() { return &x; }
     operator const int*() const { return &x; }

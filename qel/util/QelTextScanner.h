@@ -17,6 +17,7 @@
 class QEL_EXPORT QelTextScanner
 {
 public:
+    /// Sizes of the scanner's buffers, fixed at compile time.
     enum
     {
         eBlockSize = 4096,           ///< bytes delivered by one ReadBlock
@@ -24,6 +25,7 @@ public:
         eInitialLineCapacity = 1024, ///< the line buffer doubles from here
     };
 
+    /// Nothing open; comma delimiter on, the other switches off.
     QelTextScanner();
     /// Takes over the other scanner's position, current line, word and switches. A file is
     /// opened again at the same point, so each scanner reads and closes its own; a memory block is
@@ -32,6 +34,8 @@ public:
     QelTextScanner(const QelTextScanner& other);
     QelTextScanner& operator=(const QelTextScanner& other);
     ///@}
+    /// Closes what is open. Cut words and lines counted since the last report are summed up in one
+    /// warning each, so a huge line does not flood the log.
     virtual ~QelTextScanner();
 
     /// Tab, line feed, carriage return, and a blank when the space delimiter is on. A derived

@@ -137,6 +137,7 @@ public:
         eNumUnits = 102
     };
 
+    /// An empty object: the conversions are static and need no instance.
     QelUnitConverter() = default;
     /// Nothing to copy: every conversion is static.
     QelUnitConverter& operator=(const QelUnitConverter&) = default;
