@@ -54,7 +54,7 @@ public:
 
     // Position and extents
     /// The icon's place and size in the host's overview, in overview units; only the position
-    /// is saved.
+    /// is saved (by QelPlugin::Save).
     ///@{
     const QelVec2& GetIconPosition() const { return m_vecIconPosition; }
     void SetIconPosition(const QelVec2& vecPosition) { m_vecIconPosition = vecPosition; }

@@ -64,8 +64,7 @@ public:
     virtual void SetStatusBarText(const std::string& strText) const;
 
     // Objects
-    /// The host's list of every object of the document, owned by the host. Default: null, which
-    /// callers read as "no document".
+    /// The host's list of every object of the document, owned by the host. Default: null, no list.
     virtual std::vector<QelSandboxIcon*>* GetAllObjects();
     /// The objects the host shows to scripts and expressions, by value. Default: empty.
     virtual std::vector<QelSandboxIcon*> GetExposedObjects();
@@ -187,8 +186,9 @@ public:
     virtual bool IsUndoing() const;
     virtual bool IsExportingPlayer() const;
     ///@}
-    /// Records an undo entry for pIcon under strDescription; bContinuous merges it with the
-    /// previous entry of the same drag. Default: ignored, so no undo.
+    /// Records an undo entry for pIcon under strDescription; bContinuous marks a step of an edit
+    /// still going on (a drag), which the host may merge with the previous entry. Default:
+    /// ignored, so no undo.
     virtual void AddToUndoBuffer(QelSandboxIcon* pIcon, const std::string& strDescription, bool bContinuous);
 
     // Time and timers
