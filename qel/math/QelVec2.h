@@ -64,7 +64,7 @@ public:
     /// Compares lengths only, like operator<.
     int operator>(const QelVec2& o) const { return MagnitudeSquared() > o.MagnitudeSquared(); }
 
-    /// Dot product.
+    /// Dot product; its sign tells whether the vectors point the same way.
     float Dot(const QelVec2& o) const { return x * o.x + y * o.y; }
     /// Length and its square; the square avoids a root when only comparing.
     ///@{

@@ -82,7 +82,7 @@ public:
     /// Compares lengths only, like operator<.
     int operator>(const QelVec3& o) const { return MagnitudeSquared() > o.MagnitudeSquared(); }
 
-    /// Dot product: the cosine of the angle between unit vectors.
+    /// Dot product; for unit vectors the cosine of the angle between them.
     float Dot(const QelVec3& o) const { return x * o.x + y * o.y + z * o.z; }
     /// Right-handed cross product, perpendicular to both; its length is the area of their parallelogram.
     QelVec3 Cross(const QelVec3& o) const
