@@ -18,17 +18,22 @@ public:
     QelBase(const QelBase& other);
     /// Copies the name only; identifier, links and deleted flag stay.
     QelBase& operator=(const QelBase& other);
+    /// Reports "<error> Object [%s] was deleted without being released by holders correctly." when
+    /// holders remain (OnDelete was skipped or ignored); their links are then left dangling.
     virtual ~QelBase();
 
+    /// A copy of the name; messages of derived objects quote it.
     virtual std::string GetName() const;
     /// Stores the name with every byte outside 32..126 replaced by '_', warning when it changed.
     virtual bool SetName(const std::string& strName);
     /// Tells every holder, releases everything held, and marks the object deleted.
     virtual void OnDelete();
+    /// True once OnDelete has run: the object is on its way out and should not be used.
     virtual bool IsDeleted() const;
     /// Called on each holder of an object being deleted; drop references to pDeleted here.
     virtual void OnObjectDeletion(QelBase* pDeleted);
 
+    /// The identifier, unique per object; documents save it so that links survive a reload.
     GUID GetGuid() const { return m_guid; }
     /// Restores an identifier, e.g. the one an object was saved with.
     void SetGuid(GUID& guid) { m_guid = guid; }

@@ -12,11 +12,17 @@
 class QEL_EXPORT QelBox2
 {
 public:
+    /// The lowest and highest corner; min above max on an axis makes the box invalid.
+    ///@{
     QelVec2 m_vecMin;
     QelVec2 m_vecMax;
+    ///@}
 
+    /// The empty box by default (ready for ExpandAround), else the corners given as they are.
+    ///@{
     QelBox2() { Initialize(); }
     QelBox2(const QelVec2& vMin, const QelVec2& vMax) : m_vecMin(vMin), m_vecMax(vMax) {}
+    ///@}
 
     /// The empty box: min at the largest float, max at its negation.
     void Initialize()
@@ -24,6 +30,8 @@ public:
         m_vecMin.Set(kQelMaxFloat, kQelMaxFloat);
         m_vecMax.Set(-kQelMaxFloat, -kQelMaxFloat);
     }
+    /// False for the empty box (a corner still at the float limits) or one with max below min
+    /// on an axis; a single point is a valid box.
     bool IsValid() const
     {
         if (m_vecMin.x == kQelMaxFloat || m_vecMin.y == kQelMaxFloat || m_vecMax.x == -kQelMaxFloat ||
@@ -32,18 +40,27 @@ public:
         return m_vecMax.x >= m_vecMin.x && m_vecMax.y >= m_vecMin.y;
     }
 
+    /// Exact comparison of both corners.
+    ///@{
     bool operator==(const QelBox2& o) const { return m_vecMin == o.m_vecMin && m_vecMax == o.m_vecMax; }
     bool operator!=(const QelBox2& o) const { return !(*this == o); }
+    ///@}
 
+    /// (min + max) / 2; meaningless for an invalid box.
     QelVec2 Center() const { return (m_vecMin + m_vecMax) * 0.5f; }
+    /// max - min: the size on each axis.
     QelVec2 Dimensions() const { return m_vecMax - m_vecMin; }
+    /// The largest of the sizes on the axes, for framing the box in a view.
     float LongestExtent() const { return Dimensions().AbsoluteValue().MaxAxis(); }
 
+    /// Grows to include the point.
     void ExpandAround(const QelVec2& p)
     {
         m_vecMin.Set(std::fmin(m_vecMin.x, p.x), std::fmin(m_vecMin.y, p.y));
         m_vecMax.Set(std::fmax(m_vecMax.x, p.x), std::fmax(m_vecMax.y, p.y));
     }
+    /// The box grown to include the point (ExpandAround).
+    ///@{
     QelBox2& operator+=(const QelVec2& p)
     {
         ExpandAround(p);
@@ -55,6 +72,9 @@ public:
         b.ExpandAround(p);
         return b;
     }
+    ///@}
+    /// The box grown to include the other box.
+    ///@{
     QelBox2& operator+=(const QelBox2& o)
     {
         m_vecMin.Set(std::fmin(m_vecMin.x, o.m_vecMin.x), std::fmin(m_vecMin.y, o.m_vecMin.y));
@@ -67,6 +87,7 @@ public:
         b += o;
         return b;
     }
+    ///@}
 
     /// Scales the box about its center: the half-extents times s.
     QelBox2 operator*(float s) const
@@ -82,11 +103,13 @@ public:
         b.Transform(m);
         return b;
     }
+    /// Moves both corners by v.
     void Translate(const QelVec2& v)
     {
         m_vecMin += v;
         m_vecMax += v;
     }
+    /// Scales each half-extent by the matching component of v about the center.
     void ScaleFromCenter(const QelVec2& v)
     {
         const QelVec2 c = Center();
@@ -95,6 +118,7 @@ public:
         m_vecMin = c - h;
         m_vecMax = c + h;
     }
+    /// Keeps min and scales the extents by v.
     void ScaleFromMin(const QelVec2& v)
     {
         const QelVec2 d = Dimensions();
@@ -115,6 +139,7 @@ public:
         return m_vecMin.x > o.m_vecMin.x && m_vecMin.y > o.m_vecMin.y && m_vecMax.x < o.m_vecMax.x &&
                m_vecMax.y < o.m_vecMax.y;
     }
+    /// o lies strictly inside this box.
     bool operator>(const QelBox2& o) const { return o < *this; }
     /// Strictly inside: a point on an edge is outside.
     bool IsPointIn(const QelVec2& p) const

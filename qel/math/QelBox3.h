@@ -14,11 +14,17 @@
 class QEL_EXPORT QelBox3
 {
 public:
+    /// The lowest and highest corner; min above max on an axis makes the box invalid.
+    ///@{
     QelVec3 m_vecMin;
     QelVec3 m_vecMax;
+    ///@}
 
+    /// The empty box by default (ready for ExpandAround), else the corners given as they are.
+    ///@{
     QelBox3() { Initialize(); }
     QelBox3(const QelVec3& vMin, const QelVec3& vMax) : m_vecMin(vMin), m_vecMax(vMax) {}
+    ///@}
 
     /// The empty box: min at the largest float, max at its negation.
     void Initialize()
@@ -26,6 +32,8 @@ public:
         m_vecMin.Set(kQelMaxFloat);
         m_vecMax.Set(-kQelMaxFloat);
     }
+    /// False for the empty box (a corner still at the float limits) or one with max below min
+    /// on an axis; a single point is a valid box.
     bool IsValid() const
     {
         if (m_vecMin.x == kQelMaxFloat || m_vecMin.y == kQelMaxFloat || m_vecMin.z == kQelMaxFloat ||
@@ -34,11 +42,17 @@ public:
         return m_vecMax.x >= m_vecMin.x && m_vecMax.y >= m_vecMin.y && m_vecMax.z >= m_vecMin.z;
     }
 
+    /// Exact comparison of both corners.
+    ///@{
     bool operator==(const QelBox3& o) const { return m_vecMin == o.m_vecMin && m_vecMax == o.m_vecMax; }
     bool operator!=(const QelBox3& o) const { return !(*this == o); }
+    ///@}
 
+    /// (min + max) / 2; meaningless for an invalid box.
     QelVec3 Center() const { return (m_vecMin + m_vecMax) * 0.5f; }
+    /// max - min: the size on each axis.
     QelVec3 Dimensions() const { return m_vecMax - m_vecMin; }
+    /// The largest of the sizes on the axes, for framing the box in a view.
     float LongestExtent() const { return Dimensions().AbsoluteValue().MaxAxis(); }
 
     /// Grows to include the point.
@@ -47,6 +61,8 @@ public:
         m_vecMin.Set(std::fmin(m_vecMin.x, p.x), std::fmin(m_vecMin.y, p.y), std::fmin(m_vecMin.z, p.z));
         m_vecMax.Set(std::fmax(m_vecMax.x, p.x), std::fmax(m_vecMax.y, p.y), std::fmax(m_vecMax.z, p.z));
     }
+    /// The box grown to include the point (ExpandAround).
+    ///@{
     QelBox3& operator+=(const QelVec3& p)
     {
         ExpandAround(p);
@@ -58,6 +74,7 @@ public:
         b.ExpandAround(p);
         return b;
     }
+    ///@}
     /// Grows to include the other box.
     QelBox3& operator+=(const QelBox3& o)
     {
@@ -67,6 +84,7 @@ public:
                      std::fmax(m_vecMax.z, o.m_vecMax.z));
         return *this;
     }
+    /// A copy grown to include the other box.
     QelBox3 operator+(const QelBox3& o) const
     {
         QelBox3 b(*this);

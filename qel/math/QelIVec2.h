@@ -13,29 +13,48 @@
 class QEL_EXPORT QelIVec2
 {
 public:
+    /// The components, contiguous, so the vector passes as an int[2].
+    ///@{
     int x, y;
+    ///@}
 
+    /// The zero vector by default, else the two components given.
+    ///@{
     constexpr QelIVec2() : x(0), y(0) {}
     constexpr QelIVec2(const int& nX, const int& nY) : x(nX), y(nY) {}
+    ///@}
     /// Reads two ints; a null pointer gives the zero vector.
     explicit QelIVec2(const int* pn) : x(pn ? pn[0] : 0), y(pn ? pn[1] : 0) {}
 
+    /// Shared constants: (0, 0), (1, 1) and the two unit axes.
+    ///@{
     static const QelIVec2 kZero;
     static const QelIVec2 kOne;
     static const QelIVec2 kUnitX;
     static const QelIVec2 kUnitY;
+    ///@}
 
+    /// Replaces both components.
     void Set(const int& nX, const int& nY) { x = nX; y = nY; }
 
+    /// Address of x, for calls that take an int array (glVertex2iv and the like).
+    ///@{
     operator int*() { return &x; }
     operator const int*() const { return &x; }
+    ///@}
 
+    /// Component-wise sum and difference, wrapping on overflow.
+    ///@{
     QelIVec2 operator+(const QelIVec2& o) const { return QelIVec2(Wrap(U(x) + U(o.x)), Wrap(U(y) + U(o.y))); }
     QelIVec2 operator-(const QelIVec2& o) const { return QelIVec2(Wrap(U(x) - U(o.x)), Wrap(U(y) - U(o.y))); }
     QelIVec2& operator+=(const QelIVec2& o) { return *this = *this + o; }
     QelIVec2& operator-=(const QelIVec2& o) { return *this = *this - o; }
+    ///@}
+    /// Scaling by an integer, wrapping on overflow.
+    ///@{
     QelIVec2 operator*(const int& s) const { return QelIVec2(Wrap(U(x) * U(s)), Wrap(U(y) * U(s))); }
     QelIVec2& operator*=(const int& s) { return *this = *this * s; }
+    ///@}
     /// Truncates toward zero. A zero divisor (or INT_MIN / -1) would fault, so it is refused:
     /// the vector comes back unchanged and the log says so.
     QelIVec2 operator/(const int& s) const
@@ -44,6 +63,8 @@ public:
         r /= s;
         return r;
     }
+    /// Divides in place, truncating toward zero; a zero divisor (or INT_MIN / -1) leaves the
+    /// vector unchanged and logs "<error> QelIVec2 - division by %d refused, ...".
     QelIVec2& operator/=(const int& s)
     {
         if (s == 0 || (s == -1 && (x == (-2147483647 - 1) || y == (-2147483647 - 1))))
@@ -56,10 +77,14 @@ public:
         return *this;
     }
 
+    /// Exact comparison of both components.
+    ///@{
     bool operator==(const QelIVec2& o) const { return x == o.x && y == o.y; }
     bool operator!=(const QelIVec2& o) const { return !(*this == o); }
+    ///@}
     /// Compares lengths only, exactly.
     bool operator<(const QelIVec2& o) const { return SumOfSquares() < o.SumOfSquares(); }
+    /// Compares lengths only, exactly, like operator<.
     bool operator>(const QelIVec2& o) const { return SumOfSquares() > o.SumOfSquares(); }
 
     /// Wraps to int where the true dot product does not fit.
@@ -70,6 +95,7 @@ public:
     }
     /// The integer sum of squares (in 64 bits, where it always fits) converted to float.
     float MagnitudeSquared() const { return float(SumOfSquares()); }
+    /// Length, from the exact sum of squares.
     float Magnitude() const { return std::sqrt(MagnitudeSquared()); }
     /// Of the true difference, which may not fit an int.
     float DistanceToSquared(const QelIVec2& o) const
@@ -77,6 +103,7 @@ public:
         const double dx = double(x) - double(o.x), dy = double(y) - double(o.y);
         return float(dx * dx + dy * dy);
     }
+    /// Distance to another point, from the true difference.
     float DistanceTo(const QelIVec2& o) const { return std::sqrt(DistanceToSquared(o)); }
     /// Unsigned angle in degrees, 0..180; 0 when either vector has zero length.
     float AngleTo(const QelIVec2& o) const;
@@ -84,8 +111,12 @@ public:
     void Rotate(float fRadians);
     /// The smallest int, whose absolute value no int holds, gives the largest.
     QelIVec2 AbsoluteValue() const { return QelIVec2(Abs(x), Abs(y)); }
+    /// Value (not index) of the largest or smallest component.
+    ///@{
     int MaxAxis() const { return x > y ? x : y; }
     int MinAxis() const { return x < y ? x : y; }
+    ///@}
+    /// Exact equality; integers need no tolerance.
     bool Equals(const QelIVec2& o) const { return *this == o; }
     /// "(X:1, Y:2)"
     std::string String() const;

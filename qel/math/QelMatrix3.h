@@ -13,6 +13,7 @@
 class QEL_EXPORT QelMatrix3
 {
 public:
+    /// The nine elements, column-major: element (row r, column c) at index 3c + r.
     float m_fM[9];
 
     /// True: identity; false: all zeros.
@@ -31,16 +32,22 @@ public:
                 m_fM[i] = pf[i];
     }
 
+    /// Address of the first element, for calls that take the column-major array.
+    ///@{
     operator float*() { return m_fM; }
     operator const float*() const { return m_fM; }
+    ///@}
 
+    /// Resets to the identity.
     void MakeIdentity() { *this = QelMatrix3(true); }
+    /// Transposes in place; for a pure rotation that is its inverse, without the cost of Invert.
     void Transpose()
     {
         Swap(1, 3);
         Swap(2, 6);
         Swap(5, 7);
     }
+    /// Determinant; 0 for a singular matrix, negative for one that mirrors.
     float Determinant() const
     {
         const float* m = m_fM;
@@ -58,6 +65,7 @@ public:
         for (int i = 0; i < 9; ++i)
             m_fM[i] *= f[i % 3];
     }
+    /// Scale with the factors taken from x, y and z.
     void Scale(const QelVec3& v) { Scale(v.x, v.y, v.z); }
 
     /// this = this * R, R the right-handed rotation by fDegrees about the unit axis vAxis.
@@ -78,12 +86,16 @@ public:
         r.m_fM[8] = z * z * t + c;
         *this = *this * r;
     }
+    /// this = this * R, R the right-handed rotation by fDegrees about the X, Y or Z axis.
+    ///@{
     void RotateX(float fDegrees) { RotatePlane(1, 2, fDegrees); }
     void RotateY(float fDegrees) { RotatePlane(2, 0, fDegrees); }
     void RotateZ(float fDegrees) { RotatePlane(0, 1, fDegrees); }
+    ///@}
     /// Gram-Schmidt on the columns; a column of length exactly 0 becomes zeros.
     void OrthoNormalize();
 
+    /// The full product this * b.
     QelMatrix3 operator*(const QelMatrix3& b) const
     {
         QelMatrix3 r(false);
@@ -93,6 +105,7 @@ public:
                     m_fM[i] * b.m_fM[3 * c] + m_fM[3 + i] * b.m_fM[3 * c + 1] + m_fM[6 + i] * b.m_fM[3 * c + 2];
         return r;
     }
+    /// The full product with a column vector.
     QelVec3 operator*(const QelVec3& v) const
     {
         return QelVec3(m_fM[0] * v.x + m_fM[3] * v.y + m_fM[6] * v.z, m_fM[1] * v.x + m_fM[4] * v.y + m_fM[7] * v.z,
@@ -103,6 +116,8 @@ public:
     {
         return QelVec2(m_fM[0] * v.x + m_fM[3] * v.y, m_fM[1] * v.x + m_fM[4] * v.y);
     }
+    /// Exact comparison of the nine elements.
+    ///@{
     bool operator==(const QelMatrix3& o) const
     {
         for (int i = 0; i < 9; ++i)
@@ -111,6 +126,7 @@ public:
         return true;
     }
     bool operator!=(const QelMatrix3& o) const { return !(*this == o); }
+    ///@}
 
     /// The three rows: "{ (X:1, Y:0, Z:0),\n  (X:0, Y:1, Z:0),\n  (X:0, Y:0, Z:1) }\n".
     std::string String() const;

@@ -20,7 +20,10 @@
 class QEL_EXPORT QelMatrix4
 {
 public:
+    /// The sixteen elements, column-major: element (row r, column c) at index 4c + r; hand it
+    /// to glMultMatrixf or glLoadMatrixf as it is.
     alignas(16) float m_fM[16];
+    /// Set: products are full 4 x 4; clear (the default): affine. Copied with the matrix.
     bool m_bMathematicallySound;
 
     /// True: identity; false: all zeros. The flag starts clear.
@@ -39,11 +42,15 @@ public:
                 m_fM[i] = pf[i];
     }
 
+    /// Address of the first element, for calls that take the column-major array.
+    ///@{
     operator float*() { return m_fM; }
     operator const float*() const { return m_fM; }
+    ///@}
 
     /// Set for projection work: products become full 4 x 4 products.
     void SetMathematicallySound(bool b) { m_bMathematicallySound = b; }
+    /// Whether products are full 4 x 4 rather than affine.
     bool IsMathematicallySound() const { return m_bMathematicallySound; }
 
     /// Identity; the flag is kept.
@@ -53,6 +60,7 @@ public:
         *this = QelMatrix4(true);
         m_bMathematicallySound = b;
     }
+    /// Transposes in place, flag kept; for a pure rotation that is its inverse.
     void Transpose()
     {
         for (int c = 1; c < 4; ++c)
@@ -91,6 +99,7 @@ public:
         SetCol(1, Col(1) * fY);
         SetCol(2, Col(2) * fZ);
     }
+    /// Scale with the factors taken from x, y and z.
     void Scale(const QelVec3& v) { Scale(v.x, v.y, v.z); }
 
     /// this = this * T.
@@ -99,6 +108,7 @@ public:
         SetCol(3, (Col(0) * fX + Col(1) * fY) + (Col(2) * fZ + Col(3)));
         KeepAffine();
     }
+    /// Translate by the vector.
     void Translate(const QelVec3& v) { Translate(v.x, v.y, v.z); }
 
     /// this = this * R, R the right-handed rotation by fDegrees about vAxis, which must be of unit
@@ -171,19 +181,24 @@ public:
     /// The rotation as axis (x, y, z) and angle in degrees (w), the angle within [0, 180].
     QelVec4 ConvertToAxisAngle() const;
 
-    /// The x, y, z of column nColumn (0..3). An index outside 0..3 is clamped and reported.
+    /// The x, y, z of column nColumn (0..3), writable in place. An index outside 0..3 is clamped
+    /// and reported: "<error> QelMatrix4::GetColumn - column %d does not exist, column %d used".
     QelVec3& GetColumn(int nColumn)
     {
         if (nColumn < 0 || nColumn > 3)
             nColumn = BadColumn(nColumn);
         return *reinterpret_cast<QelVec3*>(m_fM + 4 * nColumn);
     }
+    /// The x, y, z of column nColumn, read-only; a bad index is clamped and reported as above.
     const QelVec3& GetColumn(int nColumn) const
     {
         if (nColumn < 0 || nColumn > 3)
             nColumn = BadColumn(nColumn);
         return *reinterpret_cast<const QelVec3*>(m_fM + 4 * nColumn);
     }
+    /// The x, y, z of columns 0 to 3: the transformed X, Y and Z axes and the translation.
+    /// The references write through into the matrix.
+    ///@{
     QelVec3& GetXAxis() { return GetColumn(0); }
     QelVec3& GetYAxis() { return GetColumn(1); }
     QelVec3& GetZAxis() { return GetColumn(2); }
@@ -192,6 +207,7 @@ public:
     const QelVec3& GetYAxis() const { return GetColumn(1); }
     const QelVec3& GetZAxis() const { return GetColumn(2); }
     const QelVec3& GetTranslation() const { return GetColumn(3); }
+    ///@}
 
     /// this * b; affine (bottom row forced to 0, 0, 0, 1) unless this matrix's flag is set. The
     /// result carries this matrix's flag. The forced row is deliberate: it keeps ordinary transforms
@@ -239,6 +255,7 @@ public:
                 return false;
         return true;
     }
+    /// Not operator==.
     bool operator!=(const QelMatrix4& o) const { return !(*this == o); }
 
     /// The four rows: "{ (X:m0, Y:m4, Z:m8, W:m12),\n  (X:m1, ...),\n  ...) }\n".

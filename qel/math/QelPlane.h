@@ -10,8 +10,12 @@
 class QEL_EXPORT QelPlane
 {
 public:
+    /// The coefficients of a*x + b*y + c*z + d = 0; all zero (no plane) by default.
+    ///@{
     float m_fA = 0.0f, m_fB = 0.0f, m_fC = 0.0f, m_fD = 0.0f;
+    ///@}
 
+    /// All coefficients zero: no plane until Set.
     QelPlane() = default;
     /// Through three points, the normal along (p2 - p1) x (p3 - p1).
     QelPlane(const QelVec3& p1, const QelVec3& p2, const QelVec3& p3) { Set(p1, p2, p3); }
@@ -20,6 +24,9 @@ public:
     /// From a normal taken as given and d.
     QelPlane(const QelVec3& vNormal, float fD) { Set(vNormal, fD); }
 
+    /// The same three forms as the constructors: three points, a normal and a point
+    /// (normalised), or a normal taken as given and d.
+    ///@{
     void Set(const QelVec3& p1, const QelVec3& p2, const QelVec3& p3) { Set((p2 - p1).Cross(p3 - p1), p1); }
     void Set(const QelVec3& vNormal, const QelVec3& vPoint)
     {
@@ -34,18 +41,24 @@ public:
         m_fC = vNormal.z;
         m_fD = fD;
     }
+    ///@}
 
+    /// Exact comparison of the four coefficients.
+    ///@{
     bool operator==(const QelPlane& o) const
     {
         return m_fA == o.m_fA && m_fB == o.m_fB && m_fC == o.m_fC && m_fD == o.m_fD;
     }
     bool operator!=(const QelPlane& o) const { return !(*this == o); }
+    ///@}
 
+    /// (a, b, c): the unit normal, pointing to the positive side.
     QelVec3 GetNormal() const { return QelVec3(m_fA, m_fB, m_fC); }
     /// Signed distance, positive on the side the normal points to.
     float PointDistance(const QelVec3& p) const { return m_fA * p.x + m_fB * p.y + m_fC * p.z + m_fD; }
     /// Strictly more than fTolerance above the plane.
     bool IsAbove(const QelVec3& p, float fTolerance) const { return PointDistance(p) > fTolerance; }
+    /// Writes to vOut the point of the plane nearest vIn.
     void ProjectPointToPlane(const QelVec3& vIn, QelVec3& vOut) const { vOut = vIn - GetNormal() * PointDistance(vIn); }
     /// Hit strictly in front of the ray's start. fT is written whenever the ray is not parallel;
     /// vPoint only on a hit.

@@ -10,9 +10,13 @@
 class QEL_EXPORT QelRay
 {
 public:
+    /// Where the ray begins; hits at or behind it are misses in every ray test.
     QelVec3 m_vecStart;
+    /// Direction, any length; the hit parameters of the ray tests are in units of it.
     QelVec3 m_vecDirection;
 
+    /// The zero ray by default, else the start and direction given.
+    ///@{
     QelRay() = default;
     QelRay(const QelVec3& vStart, const QelVec3& vDirection) : m_vecStart(vStart), m_vecDirection(vDirection) {}
     void Set(const QelVec3& vStart, const QelVec3& vDirection)
@@ -20,9 +24,13 @@ public:
         m_vecStart = vStart;
         m_vecDirection = vDirection;
     }
+    ///@}
 
+    /// Exact comparison of start and direction.
+    ///@{
     bool operator==(const QelRay& o) const { return m_vecStart == o.m_vecStart && m_vecDirection == o.m_vecDirection; }
     bool operator!=(const QelRay& o) const { return !(*this == o); }
+    ///@}
 
     /// Exact: the directions are equal or exact negations; (1,0,0) and (2,0,0) are not parallel.
     bool IsParallelTo(const QelRay& o) const

@@ -11,14 +11,22 @@
 class QEL_EXPORT QelSphere
 {
 public:
+    /// The center.
     QelVec3 m_vecCenter;
+    /// The radius; 0 by default, so a first ExpandAround sets it.
     float m_fRadius = 0.0f;
 
+    /// A point sphere at the origin by default, else the center and radius given.
+    ///@{
     QelSphere() = default;
     QelSphere(const QelVec3& vCenter, float fRadius) : m_vecCenter(vCenter), m_fRadius(fRadius) {}
+    ///@}
 
+    /// Exact comparison of center and radius.
+    ///@{
     bool operator==(const QelSphere& o) const { return m_vecCenter == o.m_vecCenter && m_fRadius == o.m_fRadius; }
     bool operator!=(const QelSphere& o) const { return !(*this == o); }
+    ///@}
 
     /// Keeps the center and grows the radius to reach a point outside.
     void ExpandAround(const QelVec3& p)
@@ -27,6 +35,8 @@ public:
         if (fDist > m_fRadius)
             m_fRadius = fDist;
     }
+    /// The sphere grown to reach the point (ExpandAround).
+    ///@{
     QelSphere& operator+=(const QelVec3& p)
     {
         ExpandAround(p);
@@ -38,6 +48,7 @@ public:
         s.ExpandAround(p);
         return s;
     }
+    ///@}
     /// Strictly inside.
     bool IsPointIn(const QelVec3& p) const { return m_vecCenter.DistanceToSquared(p) < m_fRadius * m_fRadius; }
 

@@ -11,8 +11,13 @@
 class QEL_EXPORT QelTriangle
 {
 public:
+    /// The corners; their order A, B, C fixes the normal's side (counter-clockwise seen from it).
+    ///@{
     QelVec3 m_vecA, m_vecB, m_vecC;
+    ///@}
 
+    /// Three corners at the origin by default, else the corners given.
+    ///@{
     QelTriangle() = default;
     QelTriangle(const QelVec3& vA, const QelVec3& vB, const QelVec3& vC) : m_vecA(vA), m_vecB(vB), m_vecC(vC) {}
     void Set(const QelVec3& vA, const QelVec3& vB, const QelVec3& vC)
@@ -21,12 +26,17 @@ public:
         m_vecB = vB;
         m_vecC = vC;
     }
+    ///@}
 
+    /// Exact comparison of the three corners, in order.
+    ///@{
     bool operator==(const QelTriangle& o) const { return m_vecA == o.m_vecA && m_vecB == o.m_vecB && m_vecC == o.m_vecC; }
     bool operator!=(const QelTriangle& o) const { return !(*this == o); }
+    ///@}
 
     /// Unit normal along (B - A) x (C - A); zero for a degenerate triangle.
     QelVec3 GetNormal() const { return (m_vecB - m_vecA).Cross(m_vecC - m_vecA).NormalizeWithReturn(); }
+    /// The plane through the three corners, its normal as GetNormal.
     QelPlane ToPlane() const { return QelPlane(m_vecA, m_vecB, m_vecC); }
 
     /// Hits the plane in front of the ray and then checks that the unit normals of the three small

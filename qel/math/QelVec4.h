@@ -11,13 +11,19 @@
 class QEL_EXPORT QelVec4
 {
 public:
+    /// The components, contiguous; as a color red, green, blue and alpha, passed to OpenGL as a float[4].
+    ///@{
     float x, y, z, w;
+    ///@}
 
+    /// The zero vector by default, else the four components given.
+    ///@{
     constexpr QelVec4() : x(0.0f), y(0.0f), z(0.0f), w(0.0f) {}
     constexpr QelVec4(const float& fX, const float& fY, const float& fZ, const float& fW)
         : x(fX), y(fY), z(fZ), w(fW)
     {
     }
+    ///@}
     /// Reads four floats; a null pointer gives the zero vector.
     explicit QelVec4(const float* pf)
         : x(pf ? pf[0] : 0.0f), y(pf ? pf[1] : 0.0f), z(pf ? pf[2] : 0.0f), w(pf ? pf[3] : 0.0f)
@@ -26,14 +32,20 @@ public:
     /// From a packed color (red in the low byte); alpha from the word when bUseAlpha, else exactly 1.
     QelVec4(QelPackedColor nColor, bool bUseAlpha) { Set(nColor, bUseAlpha); }
 
+    /// Shared constants: all 0, all 1 and the four unit axes.
+    ///@{
     static const QelVec4 kZero;
     static const QelVec4 kOne;
     static const QelVec4 kUnitX;
     static const QelVec4 kUnitY;
     static const QelVec4 kUnitZ;
     static const QelVec4 kUnitW;
+    ///@}
 
+    /// Replaces all four components.
     void Set(const float& fX, const float& fY, const float& fZ, const float& fW) { x = fX; y = fY; z = fZ; w = fW; }
+    /// Unpacks a packed color (red in the low byte), each byte / 255; alpha from the word when
+    /// bUseAlpha, else exactly 1.
     void Set(QelPackedColor nColor, bool bUseAlpha)
     {
         x = float(nColor & 0xFF) / 255.0f;
@@ -42,23 +54,38 @@ public:
         w = bUseAlpha ? float((nColor >> 24) & 0xFF) / 255.0f : 1.0f;
     }
 
+    /// Address of x, for calls that take a float array (glColor4fv, glLightfv and the like).
+    ///@{
     operator float*() { return &x; }
     operator const float*() const { return &x; }
+    ///@}
 
+    /// Component-wise sum and difference.
+    ///@{
     QelVec4 operator+(const QelVec4& o) const { return QelVec4(x + o.x, y + o.y, z + o.z, w + o.w); }
     QelVec4 operator-(const QelVec4& o) const { return QelVec4(x - o.x, y - o.y, z - o.z, w - o.w); }
     QelVec4& operator+=(const QelVec4& o) { x += o.x; y += o.y; z += o.z; w += o.w; return *this; }
     QelVec4& operator-=(const QelVec4& o) { x -= o.x; y -= o.y; z -= o.z; w -= o.w; return *this; }
+    ///@}
+    /// Scaling by a scalar; division multiplies by 1/s, so a zero divisor gives infinities, not a fault.
+    ///@{
     QelVec4 operator*(const float& s) const { return QelVec4(x * s, y * s, z * s, w * s); }
     QelVec4 operator/(const float& s) const { const float r = 1.0f / s; return *this * r; }
     QelVec4& operator*=(const float& s) { x *= s; y *= s; z *= s; w *= s; return *this; }
     QelVec4& operator/=(const float& s) { const float r = 1.0f / s; return *this *= r; }
+    ///@}
 
+    /// Exact comparison of every component; use Equals for a tolerance.
+    ///@{
     bool operator==(const QelVec4& o) const { return x == o.x && y == o.y && z == o.z && w == o.w; }
     bool operator!=(const QelVec4& o) const { return !(*this == o); }
+    ///@}
 
+    /// Length over all four components and its square.
+    ///@{
     float MagnitudeSquared() const { return x * x + y * y + z * z + w * w; }
     float Magnitude() const { return std::sqrt(MagnitudeSquared()); }
+    ///@}
     /// Scales to unit length; a zero vector stays as it is.
     void Normalize()
     {
@@ -67,6 +94,7 @@ public:
         const float fScale = fSq != 0.0f ? 1.0f / std::sqrt(fSq) : 1.0f;
         *this *= fScale;
     }
+    /// Copy with the absolute value of each component.
     QelVec4 AbsoluteValue() const { return QelVec4(std::fabs(x), std::fabs(y), std::fabs(z), std::fabs(w)); }
     /// x if it is strictly the greatest, else y, else z likewise, else w.
     float MaxAxis() const

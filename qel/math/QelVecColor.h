@@ -47,14 +47,20 @@ inline void ColorDWToFloat(QelPackedColor nColor, float* pfRgba)
 class QEL_EXPORT QelVecColor
 {
 public:
+    /// The bytes red, green, blue, alpha, contiguous and 4-aligned so that they read as one packed word.
+    ///@{
     alignas(4) unsigned char r;
     unsigned char g, b, a;
+    ///@}
 
+    /// All zero (transparent black) by default, else the four bytes given.
+    ///@{
     constexpr QelVecColor() : r(0), g(0), b(0), a(0) {}
     constexpr QelVecColor(unsigned char nRed, unsigned char nGreen, unsigned char nBlue, unsigned char nAlpha)
         : r(nRed), g(nGreen), b(nBlue), a(nAlpha)
     {
     }
+    ///@}
     /// Integers are bytes too (low 8 bits kept); this overload keeps QelVecColor(255, 0, 0, 255) unambiguous.
     constexpr QelVecColor(int nRed, int nGreen, int nBlue, int nAlpha)
         : r((unsigned char)(nRed & 0xFF)), g((unsigned char)(nGreen & 0xFF)), b((unsigned char)(nBlue & 0xFF)),
@@ -82,27 +88,45 @@ public:
     {
     }
 
+    /// Address of the red byte, for glColor4ubv and the like.
+    ///@{
     operator unsigned char*() { return &r; }
     operator const unsigned char*() const { return &r; }
+    ///@}
     /// The four bytes read as one packed word (red low), the layout OpenGL takes as GL_RGBA bytes.
     operator QelPackedColor*() { return reinterpret_cast<QelPackedColor*>(&r); }
+    /// Read-only form of the packed word.
     operator const QelPackedColor*() const { return reinterpret_cast<const QelPackedColor*>(&r); }
 
+    /// Exact comparison of the four bytes.
+    ///@{
     bool operator==(const QelVecColor& o) const { return ToABGR() == o.ToABGR(); }
     bool operator!=(const QelVecColor& o) const { return !(*this == o); }
+    ///@}
 
+    /// A component as a float in [0, 1]: byte / 255.
+    ///@{
     float GetRed() const { return float(r) / 255.0f; }
     float GetGreen() const { return float(g) / 255.0f; }
     float GetBlue() const { return float(b) / 255.0f; }
     float GetAlpha() const { return float(a) / 255.0f; }
+    ///@}
+    /// Sets one component from a float, truncated with wrap-around as QelColorByte does (no
+    /// clamping: 1.5 stores 126).
+    ///@{
     void SetRed(float f) { r = QelColorByte(f); }
     void SetGreen(float f) { g = QelColorByte(f); }
     void SetBlue(float f) { b = QelColorByte(f); }
     void SetAlpha(float f) { a = QelColorByte(f); }
+    ///@}
+    /// Sets all four components from floats, converted as the setters do.
     void Set(float fRed, float fGreen, float fBlue, float fAlpha) { *this = QelVecColor(fRed, fGreen, fBlue, fAlpha); }
 
+    /// The float color, each byte / 255; the 3-vector drops alpha.
+    ///@{
     QelVec3 ToQelVec3() const { return QelVec3(GetRed(), GetGreen(), GetBlue()); }
     QelVec4 ToQelVec4() const { return QelVec4(GetRed(), GetGreen(), GetBlue(), GetAlpha()); }
+    ///@}
 
     /// alpha << 24 | red << 16 | green << 8 | blue.
     QelPackedColor ToARGB() const

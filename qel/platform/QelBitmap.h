@@ -9,9 +9,12 @@
 /// The bitmap behind an HBITMAP off Windows: 8-bit RGBA pixels, top row first.
 struct HBITMAP__
 {
+    /// Size in pixels and the RGBA bytes (width * height * 4), top row first.
+    ///@{
     unsigned int m_nWidth = 0;
     unsigned int m_nHeight = 0;
     std::vector<unsigned char> m_vPixels;
+    ///@}
 };
 #endif
 
@@ -34,8 +37,11 @@ public:
     /// Frees a bitmap made by this class; null is ignored.
     static void Delete(HBITMAP hBitmap);
 
+    /// Size in pixels; 0 for a null bitmap.
+    ///@{
     static unsigned int GetWidth(HBITMAP hBitmap);
     static unsigned int GetHeight(HBITMAP hBitmap);
+    ///@}
     /// RGBA bytes, top row first; null for a null bitmap.
     static const unsigned char* GetPixels(HBITMAP hBitmap);
 };

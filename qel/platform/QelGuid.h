@@ -11,10 +11,13 @@
 /// Object identifier with the Windows layout: one 32-bit, two 16-bit fields and eight bytes.
 struct GUID
 {
+    /// The fields in the Windows layout, so that saved identifiers read the same everywhere.
+    ///@{
     uint32_t Data1;
     uint16_t Data2;
     uint16_t Data3;
     uint8_t Data4[8];
+    ///@}
 };
 #endif
 
@@ -34,7 +37,11 @@ QEL_EXPORT bool QelGuidFromString(const std::string& strText, GUID& guid);
 QEL_EXPORT int QelGuidCompare(const GUID& a, const GUID& b);
 
 #if !defined(_WIN32)
+/// Identifiers are equal when all sixteen bytes are.
+///@{
 inline bool operator==(const GUID& a, const GUID& b) { return QelGuidCompare(a, b) == 0; }
 inline bool operator!=(const GUID& a, const GUID& b) { return QelGuidCompare(a, b) != 0; }
+///@}
 #endif
+/// The order of QelGuidCompare, so that identifiers key a std::map or std::set.
 inline bool operator<(const GUID& a, const GUID& b) { return QelGuidCompare(a, b) < 0; }

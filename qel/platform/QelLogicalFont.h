@@ -23,11 +23,16 @@ public:
         eWeightBlack = 900
     };
 
+    /// The default sans-serif family, 16 pixels, normal weight, upright.
     QelLogicalFont() = default;
+    /// A font by face, height in pixels, weight (1..1000, 0 for the font's own) and slant.
     QelLogicalFont(const std::string& strFaceName, int nHeight, int nWeight = eWeightNormal, bool bItalic = false);
 
+    /// Equal when every field is; face names compare exactly, case included.
+    ///@{
     bool operator==(const QelLogicalFont& other) const;
     bool operator!=(const QelLogicalFont& other) const { return !(*this == other); }
+    ///@}
     /// Orders by every field, so that records can key a map.
     bool operator<(const QelLogicalFont& other) const;
 
@@ -38,5 +43,6 @@ public:
     int m_nHeight = 16;
     /// 0 leaves the weight to the font; 1..1000 otherwise (see EWeight).
     int m_nWeight = eWeightNormal;
+    /// True asks for the italic (or oblique) style.
     bool m_bItalic = false;
 };

@@ -12,4 +12,5 @@ constexpr size_t kQelMaxQuotedBytes = 256;
 /// kQelMaxQuotedBytes bytes (cut at a character boundary), "..." and the full length, as in
 /// "abc... (104857600 bytes)". A 100 MB string must not become a 100 MB log line.
 QEL_EXPORT std::string QelQuoteInput(const char* pText, size_t nLength);
+/// The same for a whole string.
 QEL_EXPORT std::string QelQuoteInput(const std::string& strText);

@@ -27,8 +27,11 @@ public:
 
     /// True once a context exists.
     static bool IsAvailable();
+    /// The framebuffer's size in pixels; 0 before the context exists.
+    ///@{
     static int Width();
     static int Height();
+    ///@}
 
     /// The pixel at (x, y), origin bottom left, packed as the library packs colors: red in the low byte.
     static unsigned int ReadPixel(int x, int y);

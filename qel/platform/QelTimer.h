@@ -17,6 +17,7 @@ QEL_EXPORT double QelGetHighResTime();
 class QEL_EXPORT QelHighResTimer
 {
 public:
+    /// Starts measuring at once.
     QelHighResTimer() { Start(); }
     /// Restarts the measurement at now.
     void Start();

@@ -34,9 +34,13 @@ public:
     /// strPath made absolute against the current folder, normalized.
     static std::string Absolute(const std::string& strPath);
 
+    /// Whether something exists at strPath, and whether it is a folder or a plain file (links
+    /// followed). False for an empty path.
+    ///@{
     static bool Exists(const std::string& strPath);
     static bool IsDirectory(const std::string& strPath);
     static bool IsRegularFile(const std::string& strPath);
+    ///@}
 
     /// The existing path whose segments match strPath's without regard to case (the exact spelling
     /// wins when it exists); "" when no such file or folder exists. Separators may be '\\' or '/'.

@@ -17,6 +17,7 @@
 class QEL_EXPORT QelTextScanner
 {
 public:
+    /// Sizes of the scanner's buffers, fixed at compile time.
     enum
     {
         eBlockSize = 4096,           ///< bytes delivered by one ReadBlock
@@ -24,9 +25,17 @@ public:
         eInitialLineCapacity = 1024, ///< the line buffer doubles from here
     };
 
+    /// Nothing open; comma delimiter on, the other switches off.
     QelTextScanner();
+    /// Takes over the other scanner's position, current line, word and switches. A file is
+    /// opened again at the same point, so each scanner reads and closes its own; a memory block is
+    /// shared and must outlive both.
+    ///@{
     QelTextScanner(const QelTextScanner& other);
     QelTextScanner& operator=(const QelTextScanner& other);
+    ///@}
+    /// Closes what is open. Cut words and lines counted since the last report are summed up in one
+    /// warning each, so a huge line does not flood the log.
     virtual ~QelTextScanner();
 
     /// Tab, line feed, carriage return, and a blank when the space delimiter is on. A derived
@@ -61,9 +70,16 @@ public:
     /// An optional '-' and at least one decimal digit, nothing else.
     static bool IsInt(const char* pWord, int nLength);
 
+    /// With this on, integers are classified as reals, for files that mix "1" and "1.0" in one
+    /// column. Off by default.
     void SetReadIntsAsFloats(bool bOn) { m_bReadIntsAsFloats = bOn; }
+    /// With this on (the default) a comma ends a word as white space does, so "1,2" is two words.
     void SetCommaDelimiter(bool bOn);
+    /// With this on a blank ends a word; off by default, so only tabs and line ends separate words.
     void SetSpaceDelimiter(bool bOn);
+    /// With this on, a word starting with '"' runs to the closing quote, blanks and commas
+    /// included, and comes back without the quotes; a quote left open at the line's end is reported.
+    /// Off by default.
     void SetQuotesDelimitStrings(bool bOn) { m_bQuotesDelimitStrings = bOn; }
 
     /// Lines returned since Open (-1 before the first Open).

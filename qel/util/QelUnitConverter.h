@@ -137,7 +137,9 @@ public:
         eNumUnits = 102
     };
 
+    /// An empty object: the conversions are static and need no instance.
     QelUnitConverter() = default;
+    /// Nothing to copy: every conversion is static.
     QelUnitConverter& operator=(const QelUnitConverter&) = default;
 
     /// Converts one value; false with an error in the log when the kinds differ (result untouched).

@@ -9,6 +9,7 @@
 class QEL_EXPORT QelMasterXMLInterface : public QelXMLInterface
 {
 public:
+    /// No document yet; call NewData or one of the loaders.
     QelMasterXMLInterface();
     ~QelMasterXMLInterface() override;
 
@@ -41,6 +42,8 @@ public:
     /// storage form; larger ones are refused with a message before their memory is taken. Process
     /// wide, 1 GiB until a host changes it.
     static void SetMaxDocumentSize(unsigned long long nBytes);
+    /// The limit SetMaxDocumentSize set, in bytes.
+    /// The limit SetMaxDocumentSize set, in bytes.
     static unsigned long long GetMaxDocumentSize();
     /// The deepest nesting of elements that is saved and loaded (4096); deeper trees are refused
     /// with a message on both sides, so that every saved document loads back whole.

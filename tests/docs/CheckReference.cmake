@@ -1,0 +1,31 @@
+# Builds the reference with DOXYGEN from the sources in SOURCE_DIR into OUTPUT (emptied first) and
+# fails when doxygen warns about anything: an undocumented member, a bad \param name, a broken
+# reference. The first warnings are printed so that a failure says what to fix.
+file(REMOVE_RECURSE ${OUTPUT})
+file(MAKE_DIRECTORY ${OUTPUT})
+set(ENV{QEL_DOCS_OUTPUT} ${OUTPUT})
+execute_process(COMMAND ${DOXYGEN} docs/Doxyfile WORKING_DIRECTORY ${SOURCE_DIR}
+  OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "doxygen failed (${status}):\n${output}${errors}")
+endif()
+set(log ${OUTPUT}/warnings.log)
+if(NOT EXISTS ${log})
+  message(FATAL_ERROR "doxygen wrote no warnings log at ${log}")
+endif()
+file(STRINGS ${log} lines)
+list(REMOVE_DUPLICATES lines)
+list(FILTER lines EXCLUDE REGEX "^[ \t]*$")
+list(LENGTH lines count)
+if(count GREATER 0)
+  set(shown 20)
+  if(count LESS shown)
+    set(shown ${count})
+  endif()
+  list(SUBLIST lines 0 ${shown} first)
+  list(JOIN first "\n" text)
+  # Printed plainly first: an error message would be re-wrapped and the file:line lost in it.
+  message("${text}")
+  message(FATAL_ERROR "the reference has ${count} warning lines; the first ${shown} are above")
+endif()
+message("the reference builds without warnings")
