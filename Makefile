@@ -41,13 +41,13 @@ bench: setup
 	@cmake --build build-bench --target run-benchmarks
 
 # The reference of the public headers, in the build tree; the count of undocumented or badly
-# documented items is printed and listed in warnings.log. With DOCS_STRICT=1 any warning fails.
+# documented items is printed and listed in warnings.log; any warning fails (DOCS_STRICT=0 to only list).
 docs: setup
 	@mkdir -p $(BUILD)/docs
 	@QEL_DOCS_OUTPUT=$(abspath $(BUILD))/docs doxygen docs/Doxyfile
 	@echo "docs: $(BUILD)/docs/html/index.html, $$(sort -u $(BUILD)/docs/warnings.log | grep -c 'warning:' || true) warnings (see $(BUILD)/docs/warnings.log)"
-	@if [ "$(DOCS_STRICT)" = 1 ] && grep -q '[^[:space:]]' $(BUILD)/docs/warnings.log; then \
-	  echo "docs: DOCS_STRICT=1 and the reference has warnings" >&2; exit 1; fi
+	@if [ "$(DOCS_STRICT)" != 0 ] && grep -q '[^[:space:]]' $(BUILD)/docs/warnings.log; then \
+	  echo "docs: the reference has warnings" >&2; exit 1; fi
 
 # Every fuzz target for FUZZ_SECONDS each, from its seed corpus, in the sanitizer build (libFuzzer
 # needs Clang). What a target finds goes to its scratch corpus in the build tree; a fault fails the
