@@ -2,6 +2,7 @@
 
 #include "qel/models/detail/QelFastNumber.h"
 #include "qel/models/detail/QelLoadLog.h"
+#include "qel/xml/detail/QelXMLQuiet.h"
 
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
@@ -13,27 +14,6 @@
 
 namespace
 {
-void IgnoreError(void*, xmlErrorPtr) {}
-
-/// libxml2 writes some errors (of encoding conversion, say) to its global channel whatever the
-/// parser's options; the library prints nothing of its own, so that channel is silenced while a
-/// document is read and restored after.
-class SilentErrors
-{
-public:
-    SilentErrors() : m_pContext(xmlStructuredErrorContext), m_pHandler(xmlStructuredError)
-    {
-        xmlSetStructuredErrorFunc(nullptr, IgnoreError);
-    }
-    ~SilentErrors() { xmlSetStructuredErrorFunc(m_pContext, m_pHandler); }
-    SilentErrors(const SilentErrors&) = delete;
-    SilentErrors& operator=(const SilentErrors&) = delete;
-
-private:
-    void* m_pContext;
-    xmlStructuredErrorFunc m_pHandler;
-};
-
 bool IsSpace(char c)
 {
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
@@ -48,7 +28,7 @@ xmlDocPtr QelColladaXml::Parse(const char* pData, size_t nSize, QelLoadLog& log)
         log.Error("is too large for the XML reader");
         return nullptr;
     }
-    SilentErrors silent;
+    QelXMLQuiet quiet;
     xmlParserCtxtPtr pCtxt = xmlNewParserCtxt();
     if (!pCtxt)
     {
