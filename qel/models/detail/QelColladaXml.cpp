@@ -12,6 +12,7 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <initializer_list>
 
 namespace
 {
@@ -20,7 +21,11 @@ namespace
 struct SSpaces
 {
     bool a[256] = {};
-    SSpaces() { a[' '] = a['\n'] = a['\t'] = a['\r'] = true; }
+    SSpaces()
+    {
+        for (unsigned char c : {' ', '\n', '\t', '\r'})
+            a[c] = true;
+    }
 };
 const SSpaces s_spaces;
 
