@@ -152,6 +152,9 @@ struct SWords
 /// The parser's view of the document being read: the large element whose text is being read.
 struct SCapture
 {
+    /// The document's bytes not yet handed to the parser.
+    const char* pNext = nullptr;
+    size_t nLeft = 0;
     QelColladaXml::Captured* pCaptured = nullptr;
     xmlNode* pNode = nullptr;
     QelColladaXml::SNumbers* pNumbers = nullptr;
@@ -213,7 +216,7 @@ void StartElement(void* pContext, const xmlChar* pLocal, const xmlChar* pPrefix,
             const char* pEnd = reinterpret_cast<const char*>(pAttributes[5 * i + 4]);
             unsigned long long n = 0;
             std::from_chars(pValue, pEnd, n);
-            const size_t nMost = pCtxt->input ? size_t(pCtxt->input->end - pCtxt->input->cur) / 2 + 1 : 0;
+            const size_t nMost = (c.nLeft + size_t(pCtxt->input ? pCtxt->input->end - pCtxt->input->cur : 0)) / 2 + 1;
             c.pNumbers->vFloats.reserve(n < nMost ? size_t(n) : nMost);
         }
 }
@@ -224,6 +227,23 @@ void EndElement(void* pContext, const xmlChar* pLocal, const xmlChar* pPrefix, c
     if (c.pNode && static_cast<xmlParserCtxtPtr>(pContext)->node == c.pNode)
         c.Finish();
     xmlSAX2EndElementNs(pContext, pLocal, pPrefix, pUri);
+}
+
+/// Hands the parser the document a piece at a time, so that it reads from a small buffer of its
+/// own instead of copying the whole document first.
+int ReadPiece(void* pContext, char* pBuffer, int nLength)
+{
+    SCapture& c = *static_cast<SCapture*>(pContext);
+    const size_t n = nLength > 0 && size_t(nLength) < c.nLeft ? size_t(nLength) : nLength > 0 ? c.nLeft : 0;
+    std::memcpy(pBuffer, c.pNext, n);
+    c.pNext += n;
+    c.nLeft -= n;
+    return int(n);
+}
+
+int ClosePieces(void*)
+{
+    return 0;
 }
 
 /// Text of the element being captured becomes numbers; any other text goes into the document.
@@ -265,8 +285,10 @@ xmlDocPtr QelColladaXml::Parse(const char* pData, size_t nSize, QelLoadLog& log,
     pCtxt->sax->cdataBlock = SaxText<xmlSAX2CDataBlock>;
     // Other large text needs the reader's large-text option; entities stay unexpanded and
     // nothing is fetched from the network.
-    xmlDocPtr pDoc = xmlCtxtReadMemory(pCtxt, pData, int(nSize), "document.dae", nullptr,
-                                       XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    capture.pNext = pData;
+    capture.nLeft = nSize;
+    xmlDocPtr pDoc = xmlCtxtReadIO(pCtxt, ReadPiece, ClosePieces, &capture, "document.dae", nullptr,
+                                   XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
     if (!pDoc || !pCtxt->wellFormed)
     {
         const xmlError* pErr = xmlCtxtGetLastError(pCtxt);
