@@ -188,7 +188,7 @@ TEST(CColladaLoader, NumbersAreReadWhateverSplitsTheirText)
         "<library_geometries><geometry id=\"g\"><mesh><source id=\"p\"><float_array id=\"pa\" count=\"15\">" +
         strPositions + "</float_array><technique_common><accessor source=\"#pa\" count=\"5\" stride=\"3\"/>"
         "</technique_common></source><vertices id=\"v\"><input semantic=\"POSITION\" source=\"#p\"/></vertices>"
-        "<triangles count=\"2\"><input semantic=\"VERTEX\" source=\"#v\" offset=\"0\"/><p>\n0\r\n1&#32;2\t3 <!-- y -->4 "
+        "<triangles count=\"2\"><input semantic=\"VERTEX\" source=\"#v\" offset=\"0\"/><p>\n0\r\n0000000000000000000000001&#32;2\t3 <!-- y -->4 "
         "<![CDATA[0]]>\n</p></triangles></mesh></geometry></library_geometries>" +
         Scene("<node id=\"n\"><instance_geometry url=\"#g\"/></node>") + "</COLLADA>";
     QelModelTempDir dir;

@@ -8,6 +8,7 @@
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -72,29 +73,29 @@ const char* FloatAt(const char* s, const char* e, std::vector<float>& v)
 }
 
 /// Reads the index of digits starting at s (0xFFFFFFFF past 32 bits); returns where it ended, or
-/// null when the word holds anything but digits.
+/// null when the word holds anything but digits. Every caller's text has a character after each
+/// word that is no digit (the gap ending a whole word, or a string's terminating zero), so the
+/// digits are read without a test of the end.
 const char* IndexAt(const char* s, const char* e, std::vector<uint32_t>& v)
 {
     const char* w = s;
     uint64_t n = 0;
     unsigned d;
-    // Nine digits cannot pass 32 bits' reach in 64; only longer words need the cap.
-    const char* pCapFrom = e - s > 9 ? s + 9 : e;
-    while (s < pCapFrom && (d = unsigned(*s - '0')) <= 9)
+    while ((d = unsigned(*s - '0')) <= 9)
     {
         n = n * 10 + d;
         ++s;
     }
-    while (s < e && (d = unsigned(*s - '0')) <= 9)
-    {
-        n = n * 10 + d;
-        n = n > 0xFFFFFFFFull ? 0xFFFFFFFFull : n;
-        ++s;
-    }
-    n = n > 0xFFFFFFFFull ? 0xFFFFFFFFull : n;
-    if (s == w || (s < e && !IsGap(*s)))
+    if (s == w || (s != e && !IsGap(*s)))
         return nullptr;
-    v.push_back(uint32_t(n));
+    if (s - w > 19)
+    {
+        // The sum may have wrapped: read again, held at the cap (leading zeros stay harmless).
+        n = 0;
+        for (const char* q = w; q < s; ++q)
+            n = std::min<uint64_t>(n * 10 + unsigned(*q - '0'), 0xFFFFFFFFull);
+    }
+    v.push_back(n > 0xFFFFFFFFull ? 0xFFFFFFFFu : uint32_t(n));
     return s;
 }
 
