@@ -20,7 +20,8 @@ bool ParseInto(const char* pData, size_t nSize, QelLoadLog& log, const std::stri
         log.Error("is a zipped COLLADA archive (.zae); unpack it and open the .dae document inside");
         return false;
     }
-    xmlDocPtr pDoc = QelColladaXml::Parse(pData, nSize, log);
+    QelColladaXml::Captured captured;
+    xmlDocPtr pDoc = QelColladaXml::Parse(pData, nSize, log, captured);
     if (!pDoc)
         return false;
     QelColladaScene scene(data, log, strFolder);

@@ -2,6 +2,9 @@
 
 #include "qel/models/QelModelData.h"
 #include "qel/models/detail/QelLoadLog.h"
+#include "qel/models/detail/QelZmfDocument.h"
+#include "qel/platform/QelMappedFile.h"
+#include "qel/xml/detail/QelBase64.h"
 #include "qel/platform/QelString.h"
 #include "qel/util/QelPath.h"
 #include "qel/xml/QelMasterXMLInterface.h"
@@ -21,7 +24,12 @@ const char* const kLoaderName = "CZmfLoader";
 const char* const kRoot = "ZubModel";
 /// Raw bytes per data element: libxml2 refuses text nodes past 10 MB unless told otherwise.
 const size_t kChunk = size_t(4) << 20;
-const int kGzipLevel = 1; // base64 of floats compresses little; speed matters more
+/// Stored without compression: base64 of floats and indices shrinks to about 40% at the fastest
+/// level, but deflating costs more than loading the OBJ the model came from, and inflating more than
+/// the rest of the read. The file stays a gzip file that any gzip tool opens.
+const int kGzipLevel = 0;
+/// Bytes of array data encoded at a time while a file is written (a multiple of three).
+const size_t kEncodeStep = size_t(3) << 16;
 
 static_assert(sizeof(QelVec3) == 12 && sizeof(QelVec2) == 8, "vectors are stored as packed floats");
 
@@ -43,23 +51,37 @@ std::string ChunkName(size_t i)
     return "D" + std::to_string(i);
 }
 
-/// Writes nBytes as one element holding its size and chunks of data.
-void WriteBytes(QelXMLInterface& x, const std::string& strName, const void* pData, size_t nBytes, size_t nCount)
+/// The chunks a file writer fills in itself, in document order; null when the document holds them.
+using Deferred = std::vector<std::pair<const unsigned char*, size_t>>;
+
+/// Writes nBytes as one element holding its size and chunks of data. With pDeferred the chunks are
+/// left empty and listed, for the writer to encode straight into the file.
+void WriteBytes(QelXMLInterface& x, const std::string& strName, const void* pData, size_t nBytes, size_t nCount,
+                Deferred* pDeferred)
 {
     x.AddAndMoveToChildNode(strName);
     x.WriteStringAttribute("count", QelFormat("%zu", nCount));
-    const char* p = static_cast<const char*>(pData);
+    const unsigned char* p = static_cast<const unsigned char*>(pData);
     for (size_t nDone = 0, i = 0; nDone < nBytes; nDone += kChunk, ++i)
-        x.WriteData(ChunkName(i), p + nDone, unsigned(nBytes - nDone < kChunk ? nBytes - nDone : kChunk));
+    {
+        const size_t nPart = nBytes - nDone < kChunk ? nBytes - nDone : kChunk;
+        if (pDeferred)
+        {
+            x.AddChildNode(ChunkName(i));
+            pDeferred->emplace_back(p + nDone, nPart);
+        }
+        else
+            x.WriteData(ChunkName(i), reinterpret_cast<const char*>(p + nDone), unsigned(nPart));
+    }
     x.MoveToParent();
 }
 
 template <typename T>
-void WriteArray(QelXMLInterface& x, const std::string& strName, const std::vector<T>& v)
+void WriteArray(QelXMLInterface& x, const std::string& strName, const std::vector<T>& v, Deferred* pDeferred)
 {
     static_assert(std::is_trivially_copyable<T>::value, "stored as raw bytes");
     if (!v.empty())
-        WriteBytes(x, strName, v.data(), v.size() * sizeof(T), v.size());
+        WriteBytes(x, strName, v.data(), v.size() * sizeof(T), v.size(), pDeferred);
 }
 
 void WriteFloats(QelXMLInterface& x, const std::string& strName, const std::vector<float>& v)
@@ -71,7 +93,11 @@ void WriteFloats(QelXMLInterface& x, const std::string& strName, const std::vect
 class Reader
 {
 public:
-    Reader(QelXMLInterface& x, QelLoadLog& log) : m_x(x), m_log(log) {}
+    /// pDocument, when given, is x itself as the file parser read it, with the arrays' chunks decoded.
+    Reader(QelXMLInterface& x, QelLoadLog& log, const QelZmfDocument* pDocument)
+        : m_x(x), m_log(log), m_pDocument(pDocument)
+    {
+    }
 
     bool Failed() const { return m_bFailed; }
     void Fail(const std::string& strReason)
@@ -132,25 +158,42 @@ public:
             m_x.PopPosition();
             return;
         }
-        // The bytes grow with the chunks actually present, so a count that claims more than the
+        // Every chunk is checked before the array is made, so a count that claims more than the
         // document holds costs no more memory than the document.
         const size_t nBytes = size_t(nCount) * sizeof(T);
-        std::vector<char> vBytes, vChunk;
-        for (unsigned i = 0; i < nChunks && vBytes.size() < nBytes; ++i)
+        std::vector<std::pair<const unsigned char*, size_t>> vParts;
+        std::vector<std::vector<unsigned char>> vDecoded;
+        size_t nHave = 0;
+        for (unsigned i = 0; i < nChunks && nHave < nBytes; ++i)
         {
-            const size_t nWant = std::min(nBytes - vBytes.size(), kChunk);
-            vChunk.clear();
-            if (!m_x.ReadData(ChunkName(i), vChunk) || vChunk.size() * 6 / 8 < nWant)
+            const size_t nWant = std::min(nBytes - nHave, kChunk);
+            const unsigned char* p = nullptr;
+            size_t n = 0, nDamage = 0;
+            if (!Chunk(ChunkName(i), vDecoded, p, n, nDamage))
                 break;
-            vBytes.insert(vBytes.end(), vChunk.begin(), vChunk.begin() + long(nWant));
+            if (nDamage)
+            {
+                Fail(QelFormat("[%s] is damaged: %zu of its characters are not base64", strName.c_str(),
+                               nDamage));
+                m_x.PopPosition();
+                return;
+            }
+            if (n < nWant)
+                break;
+            vParts.emplace_back(p, nWant);
+            nHave += nWant;
         }
-        if (vBytes.size() != nBytes)
+        if (nHave != nBytes)
             Fail(QelFormat("[%s] holds fewer bytes than its count says", strName.c_str()));
         else
         {
             vOut.resize(size_t(nCount));
-            if (nBytes)
-                std::memcpy(static_cast<void*>(vOut.data()), vBytes.data(), nBytes);
+            unsigned char* pOut = reinterpret_cast<unsigned char*>(vOut.data());
+            for (const auto& part : vParts)
+            {
+                std::memcpy(pOut, part.first, part.second);
+                pOut += part.second;
+            }
         }
         m_x.PopPosition();
     }
@@ -165,6 +208,36 @@ public:
     }
 
 private:
+    /// The decoded bytes of the chunk element strName, from the parser or decoded here (into a new
+    /// entry of vStore); false when there is no such element.
+    bool Chunk(const std::string& strName, std::vector<std::vector<unsigned char>>& vStore, const unsigned char*& p,
+               size_t& n, size_t& nDamage)
+    {
+        if (!m_x.PushPosition() || !m_x.MoveToChildNode(strName))
+        {
+            m_x.PopPosition();
+            return false;
+        }
+        if (const QelZmfDocument::SChunk* pChunk = m_pDocument ? m_pDocument->CurrentChunk() : nullptr)
+        {
+            p = pChunk->pBytes.get();
+            n = pChunk->nSize;
+            nDamage = pChunk->nDamage;
+        }
+        else
+        {
+            const std::string strText = m_x.GetNodeContent();
+            vStore.emplace_back(QelBase64::Decoder::MaxBytes(strText.size()));
+            QelBase64::Decoder decoder;
+            n = decoder.Feed(strText.data(), strText.size(), vStore.back().data());
+            n += decoder.Finish(vStore.back().data() + n);
+            p = vStore.back().data();
+            nDamage = decoder.Damage();
+        }
+        m_x.PopPosition();
+        return true;
+    }
+
     std::string Content(const std::string& strName)
     {
         m_x.PushPosition();
@@ -175,6 +248,7 @@ private:
 
     QelXMLInterface& m_x;
     QelLoadLog& m_log;
+    const QelZmfDocument* m_pDocument;
     bool m_bFailed = false;
 };
 
@@ -247,23 +321,23 @@ void ReadMaterial(QelXMLInterface& x, Reader& r, QelModelMaterial& m, const std:
     }
 }
 
-void WriteMesh(QelXMLInterface& x, const QelModelMesh& m)
+void WriteMesh(QelXMLInterface& x, const QelModelMesh& m, Deferred* d)
 {
     x.AddAndMoveToChildNode("Mesh");
     WriteText(x, "Name", m.m_strName);
     x.WriteInt("Material", m.m_nMaterial);
-    WriteArray(x, "Positions", m.m_vPositions);
-    WriteArray(x, "Normals", m.m_vNormals);
+    WriteArray(x, "Positions", m.m_vPositions, d);
+    WriteArray(x, "Normals", m.m_vNormals, d);
     for (const std::vector<QelVec2>& vLayer : m.m_vTexCoords)
     {
         x.AddAndMoveToChildNode("TexCoordLayer");
-        WriteArray(x, "TexCoords", vLayer);
+        WriteArray(x, "TexCoords", vLayer, d);
         x.MoveToParent();
     }
-    WriteArray(x, "Colors", m.m_vColors);
-    WriteArray(x, "Triangles", m.m_vTriangles);
-    WriteArray(x, "Lines", m.m_vLines);
-    WriteArray(x, "Points", m.m_vPoints);
+    WriteArray(x, "Colors", m.m_vColors, d);
+    WriteArray(x, "Triangles", m.m_vTriangles, d);
+    WriteArray(x, "Lines", m.m_vLines, d);
+    WriteArray(x, "Points", m.m_vPoints, d);
     x.MoveToParent();
 }
 
@@ -289,13 +363,13 @@ void ReadMesh(QelXMLInterface& x, Reader& r, QelModelMesh& m)
     r.ReadArray("Points", m.m_vPoints);
 }
 
-void WriteNode(QelXMLInterface& x, const QelModelNode& n)
+void WriteNode(QelXMLInterface& x, const QelModelNode& n, Deferred* d)
 {
     x.AddAndMoveToChildNode("Node");
     WriteText(x, "Name", n.m_strName);
     x.WriteInt("Parent", n.m_nParent);
     WriteFloats(x, "Matrix", std::vector<float>(n.m_matLocal.m_fM, n.m_matLocal.m_fM + 16));
-    WriteArray(x, "Meshes", n.m_vMeshes);
+    WriteArray(x, "Meshes", n.m_vMeshes, d);
     x.MoveToParent();
 }
 
@@ -323,45 +397,30 @@ void ForEach(QelXMLInterface& x, Reader& r, const char* pGroup, const char* pNam
             fn();
     x.PopPosition();
 }
-} // namespace
 
-CZmfLoader::CZmfLoader()
-{
-    Register("zmf");
-}
-
-std::string CZmfLoader::GetLabel() const
-{
-    return "ZUB Model Files";
-}
-
-bool CZmfLoader::CanSave() const
-{
-    return true;
-}
-
-bool CZmfLoader::WriteDocument(QelMasterXMLInterface& xml, const QelModelData& data, const std::string& strFile)
+bool WriteModel(QelMasterXMLInterface& xml, const QelModelData& data, const std::string& strFile, Deferred* d)
 {
     xml.NewData(kRoot, "ZUB Model File");
-    xml.WriteIntAttribute("version", kVersion);
+    xml.WriteIntAttribute("version", CZmfLoader::kVersion);
     xml.AddAndMoveToChildNode("Materials");
     for (const QelModelMaterial& m : data.m_vMaterials)
         WriteMaterial(xml, m, strFile);
     xml.MoveToParent();
     xml.AddAndMoveToChildNode("Meshes");
     for (const QelModelMesh& m : data.m_vMeshes)
-        WriteMesh(xml, m);
+        WriteMesh(xml, m, d);
     xml.MoveToParent();
     xml.AddAndMoveToChildNode("Nodes");
     for (const QelModelNode& n : data.m_vNodes)
-        WriteNode(xml, n);
+        WriteNode(xml, n, d);
     xml.MoveToParent();
     const QelBox3& b = data.m_cBounds;
     WriteFloats(xml, "Bounds", {b.m_vecMin.x, b.m_vecMin.y, b.m_vecMin.z, b.m_vecMax.x, b.m_vecMax.y, b.m_vecMax.z});
     return xml.IsValid();
 }
 
-bool CZmfLoader::ReadDocument(QelXMLInterface& xml, QelModelData& data, const std::string& strFile)
+/// Reads a model from the document xml stands in; pDocument is xml itself when the file parser read it.
+bool ReadModel(QelXMLInterface& xml, const QelZmfDocument* pDocument, QelModelData& data, const std::string& strFile)
 {
     data.Clear();
     QelLoadLog log(kLoaderName, strFile);
@@ -371,13 +430,13 @@ bool CZmfLoader::ReadDocument(QelXMLInterface& xml, QelModelData& data, const st
         return false;
     }
     const int nVersion = xml.ReadIntAttribute("version", 0);
-    if (nVersion < 1 || nVersion > kVersion)
+    if (nVersion < 1 || nVersion > CZmfLoader::kVersion)
     {
-        log.Error(QelFormat("has version %d; this library reads versions 1 to %d", nVersion, kVersion));
+        log.Error(QelFormat("has version %d; this library reads versions 1 to %d", nVersion, CZmfLoader::kVersion));
         return false;
     }
     const std::string strAbsolute = QelPath::Absolute(strFile);
-    Reader r(xml, log);
+    Reader r(xml, log, pDocument);
     ForEach(xml, r, "Materials", "Material", [&] {
         data.m_vMaterials.emplace_back();
         ReadMaterial(xml, r, data.m_vMaterials.back(), strAbsolute);
@@ -403,37 +462,108 @@ bool CZmfLoader::ReadDocument(QelXMLInterface& xml, QelModelData& data, const st
     return true;
 }
 
+} // namespace
+
+CZmfLoader::CZmfLoader()
+{
+    Register("zmf");
+}
+
+std::string CZmfLoader::GetLabel() const
+{
+    return "ZUB Model Files";
+}
+
+bool CZmfLoader::CanSave() const
+{
+    return true;
+}
+
+bool CZmfLoader::WriteDocument(QelMasterXMLInterface& xml, const QelModelData& data, const std::string& strFile)
+{
+    return WriteModel(xml, data, strFile, nullptr);
+}
+
+bool CZmfLoader::ReadDocument(QelXMLInterface& xml, QelModelData& data, const std::string& strFile)
+{
+    return ReadModel(xml, nullptr, data, strFile);
+}
+
 bool CZmfLoader::Load(const std::string& strFile, QelModelData& data)
 {
     data.Clear();
-    if (QelPath::IsDirectory(strFile))
-    {
-        QelLoadLog(kLoaderName, strFile).Error("is a folder, not a file");
+    QelLoadLog log(kLoaderName, strFile);
+    QelMappedFile file;
+    if (!log.Open(file))
         return false;
-    }
-    QelMasterXMLInterface xml;
-    if (!xml.LoadDataFromFile(strFile))
+    QelZmfDocument doc;
+    if (!doc.Parse(file.Data(), file.Size(), log))
         return false;
-    return ReadDocument(xml, data, strFile);
+    file.Close();
+    return ReadModel(doc, &doc, data, strFile);
 }
 
 bool CZmfLoader::Save(const std::string& strFile, const QelModelData& data)
 {
     QelMasterXMLInterface xml;
-    if (!WriteDocument(xml, data, QelPath::Absolute(strFile)))
+    Deferred vDeferred;
+    if (!WriteModel(xml, data, QelPath::Absolute(strFile), &vDeferred))
         return false;
-    // The document's own file writer compresses at level 9, which costs more than the whole load of
-    // a large model; the text is gzipped here at a faster level instead (the file stays a gzip file).
+    // The document holds everything but the arrays' data, whose chunks are empty elements; the
+    // text is written with each of them filled in, encoded straight from the model.
     unsigned int nSize = 0;
     std::unique_ptr<char[]> pBlock(xml.SaveDataToMemory(nSize, false));
     gzFile gz = pBlock ? gzopen(strFile.c_str(), ("wb" + std::to_string(kGzipLevel)).c_str()) : nullptr;
-    bool bOk = gz != nullptr;
-    for (size_t nDone = 1; bOk && nDone < nSize;)
+    bool bOk = gz != nullptr && gzbuffer(gz, 1u << 20) == 0;
+    auto put = [&](const char* p, size_t n) {
+        for (size_t nDone = 0; bOk && nDone < n;)
+        {
+            const unsigned nPart = unsigned(n - nDone < (1u << 30) ? n - nDone : (1u << 30));
+            bOk = gzwrite(gz, p + nDone, nPart) == int(nPart);
+            nDone += nPart;
+        }
+    };
+    std::vector<char> vEncoded(QelBase64::EncodedLength(kEncodeStep));
+    const char* pText = pBlock ? pBlock.get() + 1 : nullptr;
+    const char* const pEnd = pBlock ? pBlock.get() + nSize : nullptr;
+    for (const auto& chunk : vDeferred)
     {
-        unsigned nPart = unsigned(nSize - nDone < (1u << 30) ? nSize - nDone : (1u << 30));
-        bOk = gzwrite(gz, pBlock.get() + nDone, nPart) == int(nPart);
-        nDone += nPart;
+        // Chunks are the only elements written empty, named D and a number; text and attribute
+        // values cannot hold a '<', so the next such tag in the text is this chunk's.
+        const char* pTag = pText;
+        const char* pClose = nullptr;
+        for (; bOk && (pTag = static_cast<const char*>(std::memchr(pTag, '<', size_t(pEnd - pTag)))) != nullptr; ++pTag)
+        {
+            const char* q = pTag + 1;
+            if (q < pEnd && *q == 'D')
+                for (++q; q < pEnd && unsigned(*q - '0') <= 9; ++q)
+                {
+                }
+            if (q > pTag + 2 && pEnd - q >= 2 && q[0] == '/' && q[1] == '>')
+            {
+                pClose = q;
+                break;
+            }
+        }
+        if (!pClose)
+        {
+            bOk = false;
+            break;
+        }
+        put(pText, size_t(pClose - pText));
+        put(">", 1);
+        for (size_t nDone = 0; bOk && nDone < chunk.second; nDone += kEncodeStep)
+        {
+            const size_t nPart = std::min(kEncodeStep, chunk.second - nDone);
+            put(vEncoded.data(), QelBase64::Encode(chunk.first + nDone, nPart, vEncoded.data()));
+        }
+        put("</", 2);
+        put(pTag + 1, size_t(pClose - pTag - 1));
+        put(">", 1);
+        pText = pClose + 2;
     }
+    if (bOk && pText)
+        put(pText, size_t(pEnd - pText));
     if (gz && gzclose(gz) != Z_OK)
         bOk = false;
     if (!bOk)
@@ -446,8 +576,9 @@ bool CZmfLoader::LoadFromMemory(const char* pData, size_t nSize, const std::stri
     data.Clear();
     if (!pData)
         return false;
-    QelMasterXMLInterface xml;
-    if (!xml.LoadDataFromString(std::string(pData, nSize)))
+    QelLoadLog log(kLoaderName, strName);
+    QelZmfDocument doc;
+    if (!doc.Parse(pData, nSize, log))
         return false;
-    return ReadDocument(xml, data, strName);
+    return ReadModel(doc, &doc, data, strName);
 }

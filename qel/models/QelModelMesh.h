@@ -38,12 +38,24 @@ struct QEL_EXPORT QelModelMesh
     size_t NumTriangles() const { return m_vTriangles.size() / 3; }
     size_t NumLines() const { return m_vLines.size() / 2; }
     ///@}
-    /// The box around every position, used or not; empty without positions.
+    /// The box around every position, used or not; empty without positions. Coordinates that are
+    /// not numbers are passed over.
     QelBox3 ComputeBounds() const
     {
         QelBox3 b;
+        // Plain comparisons rather than the box's fmin and fmax calls, which the compiler does not
+        // inline: for NaN they keep the bound just the same, and a large mesh is bounded in a
+        // fraction of the time.
+        float aMin[3] = {b.m_vecMin.x, b.m_vecMin.y, b.m_vecMin.z}, aMax[3] = {b.m_vecMax.x, b.m_vecMax.y, b.m_vecMax.z};
         for (const QelVec3& p : m_vPositions)
-            b.ExpandAround(p);
-        return b;
+        {
+            const float a[3] = {p.x, p.y, p.z};
+            for (int k = 0; k < 3; ++k)
+            {
+                aMin[k] = a[k] < aMin[k] ? a[k] : aMin[k];
+                aMax[k] = a[k] > aMax[k] ? a[k] : aMax[k];
+            }
+        }
+        return QelBox3(QelVec3(aMin[0], aMin[1], aMin[2]), QelVec3(aMax[0], aMax[1], aMax[2]));
     }
 };

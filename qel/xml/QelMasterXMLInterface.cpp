@@ -3,6 +3,7 @@
 #include "qel/framework/QelSysApp.h"
 #include "qel/platform/QelMessageQuote.h"
 #include "qel/xml/detail/QelXMLInterfaceDef.h"
+#include "qel/xml/detail/QelXMLQuiet.h"
 #include "qel/xml/detail/QelXMLRead.h"
 #include "qel/xml/detail/QelXMLSanitizer.h"
 
@@ -25,36 +26,6 @@ unsigned long long g_nMaxDocumentSize = 1ull << 30;
 
 /// Deflate never expands more than 1032 to 1; a stored length beyond that cannot be genuine.
 const unsigned long long kMaxInflateRatio = 1032;
-
-void SilentGenericError(void*, const char*, ...) {}
-void SilentStructuredError(void*, xmlErrorPtr) {}
-
-/// libxml2 writes its own diagnostics to stderr; while the library calls it they are silenced (the
-/// last error is still recorded) and the host's handlers are put back afterwards.
-class QuietLibxml
-{
-public:
-    QuietLibxml()
-        : m_pGeneric(xmlGenericError), m_pGenericContext(xmlGenericErrorContext),
-          m_pStructured(xmlStructuredError), m_pStructuredContext(xmlStructuredErrorContext)
-    {
-        xmlSetGenericErrorFunc(nullptr, SilentGenericError);
-        xmlSetStructuredErrorFunc(nullptr, SilentStructuredError);
-    }
-    ~QuietLibxml()
-    {
-        xmlSetGenericErrorFunc(m_pGenericContext, m_pGeneric);
-        xmlSetStructuredErrorFunc(m_pStructuredContext, m_pStructured);
-    }
-    QuietLibxml(const QuietLibxml&) = delete;
-    QuietLibxml& operator=(const QuietLibxml&) = delete;
-
-private:
-    xmlGenericErrorFunc m_pGeneric;
-    void* m_pGenericContext;
-    xmlStructuredErrorFunc m_pStructured;
-    void* m_pStructuredContext;
-};
 
 bool ReportTooLarge(unsigned long long nLength)
 {
@@ -143,7 +114,7 @@ bool QelMasterXMLInterface::LoadDataFromFile(const std::string& strPath)
     m_pDef->CloseData();
     QelXMLReadResult r;
     {
-        QuietLibxml quiet;
+        QelXMLQuiet quiet;
         r = QelXMLReadFile(strPath, g_nMaxDocumentSize);
     }
     xmlDoc* pDoc = r.pDoc;
@@ -174,7 +145,7 @@ bool QelMasterXMLInterface::SaveDataToFile(const std::string& strPath, bool bCom
         return false;
     if (!PrepareSave(m_pDef->m_pDocument, nullptr))
         return false;
-    QuietLibxml quiet;
+    QelXMLQuiet quiet;
     xmlSetDocCompressMode(m_pDef->m_pDocument, bCompress ? 9 : 0);
     return xmlSaveFormatFileEnc(strPath.c_str(), m_pDef->m_pDocument, "UTF-8", 1) > 0;
 }
@@ -188,7 +159,7 @@ bool QelMasterXMLInterface::LoadDataFromString(const std::string& strText)
         return false;
     QelXMLReadResult r;
     {
-        QuietLibxml quiet;
+        QelXMLQuiet quiet;
         r = QelXMLReadText(strText.data(), strText.size(), true);
     }
     xmlDoc* pDoc = r.pDoc;
@@ -221,7 +192,7 @@ std::string QelMasterXMLInterface::SaveDataToString()
         return std::string();
     std::string str;
     {
-        QuietLibxml quiet;
+        QelXMLQuiet quiet;
         if (xmlNodeDump(pBuffer, m_pDef->m_pDocument, m_pDef->m_pCurrentNode, 1, 1) >= 0)
         {
             const xmlChar* pContent = xmlBufferContent(pBuffer);
@@ -299,7 +270,7 @@ bool QelMasterXMLInterface::LoadDataFromMemory(char* pData, unsigned int nSize)
 
     QelXMLReadResult r;
     {
-        QuietLibxml quiet;
+        QelXMLQuiet quiet;
         r = QelXMLReadText(pText, static_cast<size_t>(nLength), true);
     }
     xmlDoc* pDoc = r.pDoc;
@@ -327,7 +298,7 @@ char* QelMasterXMLInterface::SaveDataToMemory(unsigned int& nSize, bool bCompres
     xmlChar* pText = nullptr;
     int nLength = 0;
     {
-        QuietLibxml quiet;
+        QelXMLQuiet quiet;
         xmlDocDumpMemory(m_pDef->m_pDocument, &pText, &nLength);
     }
     if (!pText || nLength < 0)

@@ -178,6 +178,40 @@ TEST(CColladaLoader, LookatPlacesTheNodeAtTheEyeFacingThePoint)
     ExpectNear(m.GetColumn(1), QelVec3(0, 1, 0));
 }
 
+TEST(CColladaLoader, NumbersAreReadWhateverSplitsTheirText)
+{
+    // The parser hands over the text of arrays and index lists in pieces (at line ends, around
+    // references, comments and CDATA sections); numbers must come out whole wherever a piece ends.
+    const std::string strPositions = "\n\t-1.5 0 +0.25\r\n  2.5e0 1e-3 0.000001&#32;3\t4 5<!-- x -->.5 6\n"
+                                     "<![CDATA[ 7 8 ]]>9 12345678901234567890 -0 1.0000000000000000000001";
+    const std::string strText = std::string(kHead) +
+        "<library_geometries><geometry id=\"g\"><mesh><source id=\"p\"><float_array id=\"pa\" count=\"15\">" +
+        strPositions + "</float_array><technique_common><accessor source=\"#pa\" count=\"5\" stride=\"3\"/>"
+        "</technique_common></source><vertices id=\"v\"><input semantic=\"POSITION\" source=\"#p\"/></vertices>"
+        "<triangles count=\"2\"><input semantic=\"VERTEX\" source=\"#v\" offset=\"0\"/><p>\n0\r\n0000000000000000000000001&#32;2\t3 <!-- y -->4 "
+        "<![CDATA[0]]>\n</p></triangles></mesh></geometry></library_geometries>" +
+        Scene("<node id=\"n\"><instance_geometry url=\"#g\"/></node>") + "</COLLADA>";
+    QelModelTempDir dir;
+    QelCapture cap;
+    QelModelData data;
+    ASSERT_TRUE(LoadText(dir, "split.dae", strText, data));
+    EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
+    ASSERT_EQ(data.m_vMeshes.size(), 1u);
+    const QelModelMesh& m = data.m_vMeshes[0];
+    // "5<!-- x -->.5" is one word, "5.5", as the text around a comment joins.
+    const std::vector<QelVec3> vExpected = {QelVec3(-1.5f, 0.0f, 0.25f), QelVec3(2.5f, 0.001f, 0.000001f),
+                                            QelVec3(3.0f, 4.0f, 5.5f), QelVec3(6.0f, 7.0f, 8.0f),
+                                            QelVec3(9.0f, 12345678901234567890.0f, -0.0f)};
+    // The corners of the two triangles, whatever vertices the computed normals split.
+    const size_t kCorners[] = {0, 1, 2, 3, 4, 0};
+    ASSERT_EQ(m.m_vTriangles.size(), 6u);
+    for (size_t i = 0; i < 6; ++i)
+    {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(m.m_vPositions[m.m_vTriangles[i]], vExpected[kCorners[i]]);
+    }
+}
+
 TEST(CColladaLoader, BadInputIsReportedWithFileAndLine)
 {
     struct Row
@@ -217,6 +251,14 @@ TEST(CColladaLoader, BadInputIsReportedWithFileAndLine)
          "<warning>|line 4: <triangles> count 5 is more than its indices hold (1)"},
         {"polygon past the data", geometry(kSource, "<polylist count=\"2\">" + kInput + "<vcount>3 4000000000</vcount><p>0 1 2</p></polylist>"),
          true, "<warning>|line 4: <polylist> polygon 1 of 4000000000 corners runs past its indices; the rest is skipped"},
+        {"word in an index list", geometry(kSource, "<triangles count=\"2\">" + kInput + "<p>0 1 2 0 x 2</p></triangles>"), true,
+         "<warning>|line 4: <p> holds a word that is not an index; the indices before it are read"},
+        {"word in a float array",
+         geometry("<source id=\"p\"><float_array id=\"pa\" count=\"9\">0 0 0 1 0 0 0 1 0 1.5.2</float_array>"
+                  "<technique_common><accessor source=\"#pa\" count=\"3\" stride=\"3\"/></technique_common></source>"
+                  "<vertices id=\"v\"><input semantic=\"POSITION\" source=\"#p\"/></vertices>",
+                  "<triangles count=\"1\">" + kInput + "<p>0 1 2</p></triangles>"),
+         true, "<warning>|line 3: float array [pa] holds a word that is not a number; the numbers before it are read"},
         {"accessor past its array",
          geometry("<source id=\"p\"><float_array id=\"pa\" count=\"9\">0 0 0 1 0 0 0 1 0</float_array>"
                   "<technique_common><accessor source=\"#pa\" count=\"4\" stride=\"3\"/></technique_common></source>"

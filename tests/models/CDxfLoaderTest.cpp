@@ -303,6 +303,36 @@ TEST(CDxfLoader, HeaderUnitScalesTheRootNode)
     }
 }
 
+TEST(CDxfLoader, ValuesOfEveryLengthAndLineEndingAreRead)
+{
+    // Values from empty to longer than two words, padded with blanks, after codes with CRLF or LF:
+    // the line scan reads words of eight characters and must find each line end wherever it falls.
+    std::string strEntities;
+    for (int n = 0; n < 20; ++n)
+    {
+        const std::string strZeros(size_t(n), '0');
+        const std::string strEnd = n % 2 ? "\r\n" : "\n";
+        auto g = [&](int nCode, const std::string& strValue) {
+            return std::to_string(nCode) + strEnd + std::string(size_t(n % 3), ' ') + strValue + std::string(size_t(n % 4), ' ') + strEnd;
+        };
+        strEntities += g(0, "3DFACE") + g(8, "L" + strZeros) + g(10, "0." + strZeros) + g(20, "0") + g(30, std::to_string(n) + "." + strZeros) +
+                       g(11, "1" + std::string(n ? "." : "") + strZeros) + g(21, "0") + g(31, std::to_string(n)) + g(12, "0") +
+                       g(22, "1") + g(32, std::to_string(n)) + g(999, "");
+    }
+    QelModelTempDir dir;
+    QelCapture cap;
+    QelModelData data;
+    ASSERT_TRUE(LoadText(dir, "lengths.dxf", Drawing(strEntities), data));
+    EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
+    ASSERT_EQ(data.m_vMeshes.size(), 20u);
+    for (int n = 0; n < 20; ++n)
+    {
+        SCOPED_TRACE(n);
+        EXPECT_EQ(data.m_vMeshes[size_t(n)].m_strName, "L" + std::string(size_t(n), '0'));
+        EXPECT_EQ(data.m_vMeshes[size_t(n)].ComputeBounds(), QelBox3(QelVec3(0, 0, float(n)), QelVec3(1, 1, float(n))));
+    }
+}
+
 TEST(CDxfLoader, BadInputIsReportedWithFileAndLine)
 {
     struct Row
@@ -330,6 +360,12 @@ TEST(CDxfLoader, BadInputIsReportedWithFileAndLine)
                                     G(72, "2") + G(73, "7");
     const std::string strMesh = G(0, "POLYLINE") + G(8, "0") + G(70, "16") + G(71, "100000") + G(72, "100000") +
                                 G(0, "VERTEX") + G(8, "0") + P(0, 0, 0, 0) + G(0, "SEQEND");
+    const std::string strBadVertex = G(0, "POLYLINE") + G(8, "0") + G(70, "64") + G(0, "VERTEX") + G(8, "0") +
+                                     G(10, "1") + G(20, "2..5");
+    const std::string strBadVertexRest = G(30, "0") + G(70, "192") + G(0, "VERTEX") + G(8, "0") + P(0, 1, 0, 0) +
+                                         G(70, "192") + G(0, "VERTEX") + G(8, "0") + P(0, 1, 1, 0) + G(70, "192") +
+                                         G(0, "VERTEX") + G(8, "0") + G(10, "bad") + G(70, "128") + G(71, "1") +
+                                         G(72, "2") + G(73, "3") + G(0, "SEQEND");
     const std::string strCycle = Section("BLOCKS", Block("A", 0, 0, Insert("B", 0, 0)) + Block("B", 0, 0, Insert("a", 0, 0)));
     const Row kRows[] = {
         {"binary", std::string("AutoCAD Binary DXF\r\n\x1a\0", 22) + "junk", false,
@@ -345,6 +381,10 @@ TEST(CDxfLoader, BadInputIsReportedWithFileAndLine)
         {"face past the vertices", Drawing(strPolyface + G(0, "SEQEND") + kFace), true,
          "<warning>|line " + std::to_string(LineAfter(G(0, "SECTION") + G(2, "ENTITIES") + strPolyface) - 12) +
              ": face refers to vertex 7 of 2; the face is skipped"},
+        {"polyface vertex not a number",
+         Drawing(strBadVertex + strBadVertexRest), true,
+         "<warning>|line " + std::to_string(LineAfter(G(0, "SECTION") + G(2, "ENTITIES") + strBadVertex) - 2) +
+             ": [2..5] is not a finite number; 0 is used"},
         {"mesh larger than its vertices", Drawing(strMesh + kFace), true,
          "<warning>|line 5: polygon mesh of 100000 x 100000 vertices has 1; it is skipped"},
         {"undefined block", Drawing(Insert("Nowhere", 0, 0) + kFace), true,

@@ -5,6 +5,7 @@
 #include "tests/support/QelTestApp.h"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <cmath>
 #include <fstream>
@@ -174,6 +175,87 @@ TEST(CZmfLoader, FilesThatAreNotModelsFail)
         QelCapture cap;
         std::string strFile = dir.Write("junk.zmf", "\x1F\x8B\x08 truncated gzip");
         EXPECT_FALSE(loader.Load(strFile, data));
-        EXPECT_EQ(cap.Messages(), std::vector<std::string>{"Failed to parse file [" + strFile + "]\n"});
+        EXPECT_EQ(cap.Messages(), std::vector<std::string>{"<error> CZmfLoader - [" + strFile +
+                                                           "] is damaged: its compressed data is cut short or corrupt\n"});
+    }
+}
+
+TEST(CZmfLoader, FilesCutShortOrDamagedAreRefusedNamingTheFile)
+{
+    QelModelTempDir dir;
+    QelModelData data = RichModel(dir);
+    QelModelFormat& loader = RegisteredLoader("zmf");
+    const std::string strGood = dir.File("good.zmf");
+    ASSERT_TRUE(loader.Save(strGood, data));
+    const std::string strBytes = ReadFile(strGood);
+    struct Row
+    {
+        const char* m_pName;
+        std::string m_strBytes;
+        std::string m_strMessage; // after "<error> CZmfLoader - [<file>] "
+    };
+    const Row kRows[] = {
+        {"gzip cut in the middle", strBytes.substr(0, strBytes.size() / 2),
+         "is damaged: its compressed data is cut short or corrupt"},
+        {"array chunk with characters outside base64",
+         "<ZubModel version=\"1\"><Meshes><Mesh><Positions count=\"1\"><D0>AAAAAA*AAAAAAAAAAAAA</D0></Positions>"
+         "</Mesh></Meshes></ZubModel>",
+         "line 1: [Positions] is damaged: 1 of its characters are not base64"},
+    };
+    QelModelData back;
+    for (const Row& row : kRows)
+    {
+        SCOPED_TRACE(row.m_pName);
+        const std::string strFile = dir.Write("bad.zmf", row.m_strBytes);
+        QelCapture cap;
+        EXPECT_FALSE(loader.Load(strFile, back));
+        EXPECT_TRUE(back.Empty());
+        EXPECT_EQ(cap.Messages(), std::vector<std::string>{"<error> CZmfLoader - [" + strFile + "] " + row.m_strMessage + "\n"});
+    }
+    {
+        SCOPED_TRACE("text that is not XML");
+        const std::string strFile = dir.Write("text.zmf", "<ZubModel version=\"1\"><Meshes>");
+        QelCapture cap;
+        EXPECT_FALSE(loader.Load(strFile, back));
+        ASSERT_EQ(cap.Messages().size(), 1u);
+        EXPECT_EQ(cap.Messages()[0].rfind("<error> CZmfLoader - [" + strFile + "] is not well-formed XML (line 1: ", 0), 0u)
+            << cap.Joined();
+    }
+}
+
+TEST(CZmfLoader, DocumentsWrittenByTheXmlSaverLoad)
+{
+    // Files of the first releases were the document saved indented at level 9, each array's chunks
+    // as text nodes; a host may also write one in two gzip members, or plain.
+    QelModelTempDir dir;
+    QelModelData data = RichModel(dir);
+    QelModelFormat& loader = RegisteredLoader("zmf");
+    const std::string strFile = dir.File("indented.zmf");
+    QelMasterXMLInterface xml;
+    ASSERT_TRUE(CZmfLoader::WriteDocument(xml, data, strFile));
+    ASSERT_TRUE(xml.SaveDataToFile(strFile, true));
+    QelModelData back;
+    ASSERT_TRUE(loader.Load(strFile, back));
+    ExpectSameModel(data, back);
+
+    const std::string strPlain = dir.File("plain.zmf");
+    ASSERT_TRUE(xml.SaveDataToFile(strPlain, false));
+    const std::string strText = ReadFile(strPlain);
+    const std::string strTwo = dir.File("two.zmf");
+    for (const char* pMode : {"wb", "ab"})
+    {
+        gzFile gz = gzopen(strTwo.c_str(), pMode);
+        ASSERT_NE(gz, nullptr);
+        const std::string strHalf = pMode[0] == 'w' ? strText.substr(0, strText.size() / 2) : strText.substr(strText.size() / 2);
+        EXPECT_EQ(gzwrite(gz, strHalf.data(), unsigned(strHalf.size())), int(strHalf.size()));
+        gzclose(gz);
+    }
+    for (const std::string& strPath : {strPlain, strTwo})
+    {
+        SCOPED_TRACE(strPath);
+        QelCapture cap;
+        QelModelData other;
+        ASSERT_TRUE(loader.Load(strPath, other)) << cap.Joined();
+        ExpectSameModel(data, other);
     }
 }

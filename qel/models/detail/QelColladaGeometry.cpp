@@ -265,18 +265,34 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
         }
     }
     out.cMesh.m_vTexCoords.resize(out.vSets.size());
+    // Most meshes make about one vertex per position; room for that is made at once.
+    const size_t nGuess = std::min<size_t>(b.vInputs[0].pSource->nCount, size_t(1) << 24);
+    for (const SInput& in : b.vInputs)
+    {
+        QelModelMesh& m = out.cMesh;
+        if (in.eKind == ePosition)
+            m.m_vPositions.reserve(nGuess);
+        else if (in.eKind == eNormal)
+            m.m_vNormals.reserve(nGuess);
+        else if (in.eKind == eTexCoord)
+            m.m_vTexCoords[size_t(in.nLayer)].reserve(nGuess);
+        else
+            m.m_vColors.reserve(nGuess);
+    }
 
     const bool bLines = strType == "lines" || strType == "linestrips";
     const bool bStrips = strType == "tristrips" || strType == "linestrips";
     const size_t nDeclared = size_t(std::strtoull(Attr(pPrim, "count").c_str(), nullptr, 10));
     std::vector<uint32_t> vIdx, vCounts, vCorner;
+    // The indices of the current <p>: read while the document was parsed, or from its text here.
+    const std::vector<uint32_t>* pIdx = &vIdx;
     bool bReported = false;
     // Emits one polygon, strip or fan of nCorners corners starting at index tuple nFirst.
     auto emit = [&](size_t nFirst, size_t nCorners) {
         vCorner.clear();
         for (size_t k = 0; k < nCorners; ++k)
         {
-            const uint32_t v = b.Vertex(&vIdx[(nFirst + k) * b.nStride]);
+            const uint32_t v = b.Vertex(&(*pIdx)[(nFirst + k) * b.nStride]);
             if (v == kBad)
             {
                 if (!bReported)
@@ -296,19 +312,26 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
                 vOut.insert(vOut.end(), k % 2 ? std::initializer_list<uint32_t>{vCorner[k - 1], vCorner[k - 2], vCorner[k]}
                                               : std::initializer_list<uint32_t>{vCorner[k - 2], vCorner[k - 1], vCorner[k]});
             else
-                vOut.insert(vOut.end(), {vCorner[0], vCorner[k - 1], vCorner[k]});
+            {
+                vOut.push_back(vCorner[0]);
+                vOut.push_back(vCorner[k - 1]);
+                vOut.push_back(vCorner[k]);
+            }
         }
     };
     auto readIndices = [&](const xmlNode* pP) {
+        const SNumbers* pNumbers = NumbersOf(pP);
         vIdx.clear();
-        if (!Indices(pP, vIdx))
+        pIdx = pNumbers ? &pNumbers->vIndices : &vIdx;
+        if (pNumbers ? pNumbers->bBad : !Indices(pP, vIdx))
             m_log.Warn(Line(pP), "<p> holds a word that is not an index; the indices before it are read");
-        return vIdx.size() / b.nStride;
+        return pIdx->size() / b.nStride;
     };
     if (strType == "triangles" || strType == "lines")
     {
         const size_t nPer = strType == "triangles" ? 3 : 2;
         const size_t nHave = readIndices(Child(pPrim, "p")) / nPer;
+        (nPer == 3 ? out.cMesh.m_vTriangles : out.cMesh.m_vLines).reserve(nHave * nPer);
         if (nDeclared > nHave)
             m_log.Warn(nLine, "<" + strType + "> count " + std::to_string(nDeclared) + " is more than its indices hold (" +
                                   std::to_string(nHave) + ")");

@@ -2,74 +2,306 @@
 
 #include "qel/models/detail/QelFastNumber.h"
 #include "qel/models/detail/QelLoadLog.h"
+#include "qel/xml/detail/QelXMLQuiet.h"
 
+#include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <initializer_list>
 
 namespace
 {
-void IgnoreError(void*, xmlErrorPtr) {}
 
-/// libxml2 writes some errors (of encoding conversion, say) to its global channel whatever the
-/// parser's options; the library prints nothing of its own, so that channel is silenced while a
-/// document is read and restored after.
-class SilentErrors
+/// White space between numbers, by character.
+struct SSpaces
 {
-public:
-    SilentErrors() : m_pContext(xmlStructuredErrorContext), m_pHandler(xmlStructuredError)
+    bool a[256] = {};
+    SSpaces()
     {
-        xmlSetStructuredErrorFunc(nullptr, IgnoreError);
+        for (unsigned char c : {' ', '\n', '\t', '\r'})
+            a[c] = true;
     }
-    ~SilentErrors() { xmlSetStructuredErrorFunc(m_pContext, m_pHandler); }
-    SilentErrors(const SilentErrors&) = delete;
-    SilentErrors& operator=(const SilentErrors&) = delete;
+};
+const SSpaces s_spaces;
 
-private:
-    void* m_pContext;
-    xmlStructuredErrorFunc m_pHandler;
+bool IsGap(char c)
+{
+    return s_spaces.a[static_cast<unsigned char>(c)];
+}
+
+/// Appends the number a word spells; false when it spells none.
+bool FloatWord(const char* w, const char* e, std::vector<float>& v)
+{
+    double d = 0.0;
+    if (QelFastNumber::Decimal(w, e, d))
+    {
+        v.push_back(float(d));
+        return true;
+    }
+    float f = 0.0f;
+    auto r = std::from_chars(*w == '+' ? w + 1 : w, e, f);
+    if (r.ec == std::errc::invalid_argument || r.ptr != e)
+        return false;
+    if (r.ec == std::errc::result_out_of_range || !std::isfinite(f))
+        f = 0.0f; // beyond a float, or nan: no coordinate to draw with
+    v.push_back(f);
+    return true;
+}
+
+/// Reads the number starting at s, which ends at white space or at e; returns where it ended, or
+/// null when the word is not a number. Plain decimals are read in the same pass that finds their
+/// end, with the very result of QelFastNumber::Decimal; other forms go to FloatWord.
+const char* FloatAt(const char* s, const char* e, std::vector<float>& v)
+{
+    double f = 0.0;
+    const char* w = s;
+    const char* q = QelFastNumber::DecimalPrefix(s, e, f);
+    if (q && (q == e || IsGap(*q)))
+    {
+        v.push_back(float(f));
+        return q;
+    }
+    while (s < e && !IsGap(*s))
+        ++s;
+    return FloatWord(w, s, v) ? s : nullptr;
+}
+
+/// Reads the index of digits starting at s (0xFFFFFFFF past 32 bits); returns where it ended, or
+/// null when the word holds anything but digits. Every caller's text has a character after each
+/// word that is no digit (the gap ending a whole word, or a string's terminating zero), so the
+/// digits are read without a test of the end.
+const char* IndexAt(const char* s, const char* e, std::vector<uint32_t>& v)
+{
+    const char* w = s;
+    uint64_t n = 0;
+    unsigned d;
+    while ((d = unsigned(*s - '0')) <= 9)
+    {
+        n = n * 10 + d;
+        ++s;
+    }
+    if (s == w || (s != e && !IsGap(*s)))
+        return nullptr;
+    if (s - w > 19)
+    {
+        // The sum may have wrapped: read again, held at the cap (leading zeros stay harmless).
+        n = 0;
+        for (const char* q = w; q < s; ++q)
+            n = std::min<uint64_t>(n * 10 + unsigned(*q - '0'), 0xFFFFFFFFull);
+    }
+    v.push_back(n > 0xFFFFFFFFull ? 0xFFFFFFFFu : uint32_t(n));
+    return s;
+}
+
+/// Reads numbers from text that may come in pieces; a word cut at the end of a piece waits for the
+/// rest. The first word that is not a number stops the reading. fnAt reads one number as FloatAt
+/// and IndexAt do.
+struct SWords
+{
+    std::string strCarry;
+    bool bBad = false;
+
+    template <typename Fn>
+    void Feed(const char* s, const char* e, Fn fnAt)
+    {
+        if (bBad)
+            return;
+        if (!strCarry.empty())
+        {
+            const char* w = s;
+            while (s < e && !IsGap(*s))
+                ++s;
+            strCarry.append(w, s);
+            if (s == e)
+                return;
+            Finish(fnAt);
+        }
+        // Words before the piece's last gap are whole; the one after it may go on.
+        const char* pWhole = e;
+        while (pWhole > s && !IsGap(pWhole[-1]))
+            --pWhole;
+        while (!bBad)
+        {
+            while (s < pWhole && IsGap(*s))
+                ++s;
+            if (s >= pWhole)
+                break;
+            s = fnAt(s, pWhole);
+            bBad = s == nullptr;
+        }
+        if (!bBad)
+            strCarry.assign(pWhole, e);
+    }
+    template <typename Fn>
+    void Finish(Fn fnAt)
+    {
+        if (!bBad && !strCarry.empty())
+        {
+            const char* e = strCarry.data() + strCarry.size();
+            bBad = fnAt(strCarry.data(), e) != e;
+        }
+        strCarry.clear();
+    }
 };
 
-bool IsSpace(char c)
+/// The parser's view of the document being read: the large element whose text is being read.
+struct SCapture
 {
-    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
+    /// The document's bytes not yet handed to the parser.
+    const char* pNext = nullptr;
+    size_t nLeft = 0;
+    QelColladaXml::Captured* pCaptured = nullptr;
+    xmlNode* pNode = nullptr;
+    QelColladaXml::SNumbers* pNumbers = nullptr;
+    bool bFloats = false;
+    SWords cWords;
+
+    void Take(const char* s, int nLength)
+    {
+        std::vector<float>& vF = pNumbers->vFloats;
+        std::vector<uint32_t>& vI = pNumbers->vIndices;
+        if (bFloats)
+            cWords.Feed(s, s + nLength, [&vF](const char* w, const char* e) { return FloatAt(w, e, vF); });
+        else
+            cWords.Feed(s, s + nLength, [&vI](const char* w, const char* e) { return IndexAt(w, e, vI); });
+    }
+    void Finish()
+    {
+        std::vector<float>& vF = pNumbers->vFloats;
+        std::vector<uint32_t>& vI = pNumbers->vIndices;
+        if (bFloats)
+            cWords.Finish([&vF](const char* w, const char* e) { return FloatAt(w, e, vF); });
+        else
+            cWords.Finish([&vI](const char* w, const char* e) { return IndexAt(w, e, vI); });
+        pNumbers->bBad = cWords.bBad;
+        cWords = SWords();
+        pNode = nullptr;
+        pNumbers = nullptr;
+    }
+};
+
+SCapture& CaptureOf(void* pContext)
+{
+    return *static_cast<SCapture*>(static_cast<xmlParserCtxtPtr>(pContext)->_private);
+}
+
+void StartElement(void* pContext, const xmlChar* pLocal, const xmlChar* pPrefix, const xmlChar* pUri, int nNs,
+                  const xmlChar** pNs, int nAttributes, int nDefaulted, const xmlChar** pAttributes)
+{
+    xmlSAX2StartElementNs(pContext, pLocal, pPrefix, pUri, nNs, pNs, nAttributes, nDefaulted, pAttributes);
+    SCapture& c = CaptureOf(pContext);
+    xmlParserCtxtPtr pCtxt = static_cast<xmlParserCtxtPtr>(pContext);
+    const char* pName = reinterpret_cast<const char*>(pLocal);
+    const bool bFloats = std::strcmp(pName, "float_array") == 0;
+    if (c.pNode || !pCtxt->node || (!bFloats && std::strcmp(pName, "p") != 0 && std::strcmp(pName, "vcount") != 0))
+        return;
+    c.pCaptured->push_back(std::unique_ptr<QelColladaXml::SNumbers>(new QelColladaXml::SNumbers));
+    c.pNumbers = c.pCaptured->back().get();
+    c.pNode = pCtxt->node;
+    c.pNode->_private = c.pNumbers;
+    c.bFloats = bFloats;
+    if (!bFloats)
+        return;
+    // A float array's count makes room at once, believed only as far as the rest of the text
+    // could hold it.
+    for (int i = 0; i < nAttributes; ++i)
+        if (std::strcmp(reinterpret_cast<const char*>(pAttributes[5 * i]), "count") == 0)
+        {
+            const char* pValue = reinterpret_cast<const char*>(pAttributes[5 * i + 3]);
+            const char* pEnd = reinterpret_cast<const char*>(pAttributes[5 * i + 4]);
+            unsigned long long n = 0;
+            std::from_chars(pValue, pEnd, n);
+            const size_t nMost = (c.nLeft + size_t(pCtxt->input ? pCtxt->input->end - pCtxt->input->cur : 0)) / 2 + 1;
+            c.pNumbers->vFloats.reserve(n < nMost ? size_t(n) : nMost);
+        }
+}
+
+void EndElement(void* pContext, const xmlChar* pLocal, const xmlChar* pPrefix, const xmlChar* pUri)
+{
+    SCapture& c = CaptureOf(pContext);
+    if (c.pNode && static_cast<xmlParserCtxtPtr>(pContext)->node == c.pNode)
+        c.Finish();
+    xmlSAX2EndElementNs(pContext, pLocal, pPrefix, pUri);
+}
+
+/// Hands the parser the document a piece at a time, so that it reads from a small buffer of its
+/// own instead of copying the whole document first.
+int ReadPiece(void* pContext, char* pBuffer, int nLength)
+{
+    SCapture& c = *static_cast<SCapture*>(pContext);
+    const size_t n = nLength > 0 && size_t(nLength) < c.nLeft ? size_t(nLength) : nLength > 0 ? c.nLeft : 0;
+    std::memcpy(pBuffer, c.pNext, n);
+    c.pNext += n;
+    c.nLeft -= n;
+    return int(n);
+}
+
+int ClosePieces(void*)
+{
+    return 0;
+}
+
+/// Text of the element being captured becomes numbers; any other text goes into the document.
+template <void (*fnDefault)(void*, const xmlChar*, int)>
+void SaxText(void* pContext, const xmlChar* pText, int nLength)
+{
+    SCapture& c = CaptureOf(pContext);
+    if (c.pNode && static_cast<xmlParserCtxtPtr>(pContext)->node == c.pNode)
+        c.Take(reinterpret_cast<const char*>(pText), nLength);
+    else
+        fnDefault(pContext, pText, nLength);
 }
 
 } // namespace
 
-xmlDocPtr QelColladaXml::Parse(const char* pData, size_t nSize, QelLoadLog& log)
+xmlDocPtr QelColladaXml::Parse(const char* pData, size_t nSize, QelLoadLog& log, Captured& captured)
 {
     if (nSize > size_t(INT_MAX))
     {
         log.Error("is too large for the XML reader");
         return nullptr;
     }
-    SilentErrors silent;
+    QelXMLQuiet quiet;
     xmlParserCtxtPtr pCtxt = xmlNewParserCtxt();
     if (!pCtxt)
     {
         log.Error("cannot be read (out of memory)");
         return nullptr;
     }
-    // Large float arrays need the reader's large-text option; entities stay unexpanded and
+    // Float arrays and index lists are read into numbers as the parser meets their text, which
+    // then never becomes a node of its own to be copied and read again.
+    SCapture capture;
+    capture.pCaptured = &captured;
+    pCtxt->_private = &capture;
+    pCtxt->sax->startElementNs = StartElement;
+    pCtxt->sax->endElementNs = EndElement;
+    pCtxt->sax->characters = SaxText<xmlSAX2Characters>;
+    pCtxt->sax->ignorableWhitespace = SaxText<xmlSAX2Characters>;
+    pCtxt->sax->cdataBlock = SaxText<xmlSAX2CDataBlock>;
+    // Other large text needs the reader's large-text option; entities stay unexpanded and
     // nothing is fetched from the network.
-    xmlDocPtr pDoc = xmlCtxtReadMemory(pCtxt, pData, int(nSize), "document.dae", nullptr,
-                                       XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    capture.pNext = pData;
+    capture.nLeft = nSize;
+    xmlDocPtr pDoc = xmlCtxtReadIO(pCtxt, ReadPiece, ClosePieces, &capture, "document.dae", nullptr,
+                                   XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
     if (!pDoc || !pCtxt->wellFormed)
     {
         const xmlError* pErr = xmlCtxtGetLastError(pCtxt);
         std::string strMessage = pErr && pErr->message ? pErr->message : "no document";
-        while (!strMessage.empty() && IsSpace(strMessage.back()))
+        while (!strMessage.empty() && IsGap(strMessage.back()))
             strMessage.pop_back();
         log.Error("is not well-formed XML (line " + std::to_string(pErr ? pErr->line : 0) + ": " + strMessage + ")");
         if (pDoc)
             xmlFreeDoc(pDoc);
         pDoc = nullptr;
     }
+    pCtxt->_private = nullptr;
     xmlFreeParserCtxt(pCtxt);
     return pDoc;
 }
@@ -125,9 +357,9 @@ std::string QelColladaXml::Text(const xmlNode* p)
         if ((c->type == XML_TEXT_NODE || c->type == XML_CDATA_SECTION_NODE) && c->content)
             s += reinterpret_cast<const char*>(c->content);
     size_t b = 0, e = s.size();
-    while (b < e && IsSpace(s[b]))
+    while (b < e && IsGap(s[b]))
         ++b;
-    while (e > b && IsSpace(s[e - 1]))
+    while (e > b && IsGap(s[e - 1]))
         --e;
     return s.substr(b, e - b);
 }
@@ -140,77 +372,51 @@ unsigned QelColladaXml::Line(const xmlNode* p)
 
 bool QelColladaXml::Floats(const xmlNode* p, std::vector<float>& v, size_t nExpected)
 {
-    for (const xmlNode* c = p ? p->children : nullptr; c; c = c->next)
+    if (const SNumbers* pNumbers = NumbersOf(p))
+    {
+        v.insert(v.end(), pNumbers->vFloats.begin(), pNumbers->vFloats.end());
+        return !pNumbers->bBad;
+    }
+    SWords words;
+    for (const xmlNode* c = p ? p->children : nullptr; c && !words.bBad; c = c->next)
     {
         if ((c->type != XML_TEXT_NODE && c->type != XML_CDATA_SECTION_NODE) || !c->content)
             continue;
         const char* s = reinterpret_cast<const char*>(c->content);
+        const size_t nLength = std::strlen(s);
         if (nExpected)
         {
             // The declared count is believed only as far as the text could hold it.
-            const size_t nMost = std::strlen(s) / 2 + 1;
+            const size_t nMost = nLength / 2 + 1;
             v.reserve(v.size() + (nExpected < nMost ? nExpected : nMost));
             nExpected = 0;
         }
-        for (;;)
-        {
-            while (IsSpace(*s))
-                ++s;
-            if (!*s)
-                break;
-            const char* w = s;
-            while (*s && !IsSpace(*s))
-                ++s;
-            double d = 0.0;
-            if (QelFastNumber::Decimal(w, s, d))
-            {
-                v.push_back(float(d));
-                continue;
-            }
-            float f = 0.0f;
-            auto r = std::from_chars(*w == '+' ? w + 1 : w, s, f);
-            if (r.ec == std::errc::invalid_argument || r.ptr != s)
-                return false;
-            if (r.ec == std::errc::result_out_of_range || !std::isfinite(f))
-                f = 0.0f; // beyond a float, or nan: no coordinate to draw with
-            v.push_back(f);
-        }
+        words.Feed(s, s + nLength, [&v](const char* w, const char* e) { return FloatAt(w, e, v); });
     }
-    return true;
+    words.Finish([&v](const char* w, const char* e) { return FloatAt(w, e, v); });
+    return !words.bBad;
 }
 
 bool QelColladaXml::Indices(const xmlNode* p, std::vector<uint32_t>& v)
 {
-    for (const xmlNode* c = p ? p->children : nullptr; c; c = c->next)
+    if (const SNumbers* pNumbers = NumbersOf(p))
+    {
+        v.insert(v.end(), pNumbers->vIndices.begin(), pNumbers->vIndices.end());
+        return !pNumbers->bBad;
+    }
+    SWords words;
+    for (const xmlNode* c = p ? p->children : nullptr; c && !words.bBad; c = c->next)
     {
         if ((c->type != XML_TEXT_NODE && c->type != XML_CDATA_SECTION_NODE) || !c->content)
             continue;
         const char* s = reinterpret_cast<const char*>(c->content);
-        // Index lists are the bulk of a document: read in one tight pass over the
-        // zero-terminated text, with room made once for the most it can hold.
+        // Index lists are the bulk of a document: room is made once for the most the text can hold.
         const size_t nLength = std::strlen(s);
         v.reserve(v.size() + nLength / 2 + 1);
-        for (;;)
-        {
-            while (IsSpace(*s))
-                ++s;
-            if (!*s)
-                break;
-            uint64_t n = 0;
-            const char* w = s;
-            unsigned d;
-            while ((d = unsigned(*s - '0')) <= 9)
-            {
-                n = n * 10 + d;
-                n = n > 0xFFFFFFFFull ? 0xFFFFFFFFull : n;
-                ++s;
-            }
-            if (s == w || (*s && !IsSpace(*s)))
-                return false;
-            v.push_back(uint32_t(n));
-        }
+        words.Feed(s, s + nLength, [&v](const char* w, const char* e) { return IndexAt(w, e, v); });
     }
-    return true;
+    words.Finish([&v](const char* w, const char* e) { return IndexAt(w, e, v); });
+    return !words.bBad;
 }
 
 std::string QelColladaXml::Fragment(const std::string& strUrl)

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,9 +14,27 @@ class QelLoadLog;
 /// taken from text nodes only, so entity references are never expanded.
 namespace QelColladaXml
 {
+/// The numbers of a large element (float_array, p, vcount), read while the document is parsed:
+/// such an element gets no text node, and its _private field points at these.
+struct SNumbers
+{
+    std::vector<float> vFloats;
+    std::vector<uint32_t> vIndices;
+    /// A word that was not a number ended the reading; the numbers before it stay.
+    bool bBad = false;
+};
+/// The numbers of a document's large elements; they live as long as the document.
+using Captured = std::vector<std::unique_ptr<SNumbers>>;
+
 /// Parses the bytes (any encoding libxml2 detects, with or without a byte-order mark) without
 /// network access or entity substitution; null, with the parser's message, when not well-formed.
-xmlDocPtr Parse(const char* pData, size_t nSize, QelLoadLog& log);
+/// The numbers of large elements go into captured.
+xmlDocPtr Parse(const char* pData, size_t nSize, QelLoadLog& log, Captured& captured);
+/// The numbers read for the element while it was parsed, or null.
+inline const SNumbers* NumbersOf(const xmlNode* p)
+{
+    return p ? static_cast<const SNumbers*>(p->_private) : nullptr;
+}
 
 bool Is(const xmlNode* p, const char* pName);
 /// The first element child of that name, or null.

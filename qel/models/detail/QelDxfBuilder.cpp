@@ -214,6 +214,8 @@ void QelDxfBuilder::Polyface(QelModelMesh& m, const QelDxfEntity& e, const SCont
     m.m_vPositions.reserve(nMost);
     m.m_vNormals.reserve(nMost);
     m.m_vColors.reserve(nMost);
+    m.m_vTriangles.reserve(m.m_vTriangles.size() + 3 * e.vFaces.size());
+    const bool bPlaced = !c.mat.IsIdentity();
     for (const QelDxfEntity::SFace& f : e.vFaces)
     {
         int nCorners = 0;
@@ -231,7 +233,8 @@ void QelDxfBuilder::Polyface(QelModelMesh& m, const QelDxfEntity& e, const SCont
                 bGood = false;
                 break;
             }
-            p[nCorners++] = c.mat.Apply(e.vVertices[size_t(n - 1)]);
+            const QelDxfVec& v = e.vVertices[size_t(n - 1)];
+            p[nCorners++] = bPlaced ? c.mat.Apply(v) : v;
         }
         if (!bGood)
             continue;

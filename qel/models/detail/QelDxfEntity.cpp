@@ -66,6 +66,8 @@ void QelDxfEntity::Reset(EType eNew, unsigned nNewLine)
     vecScale = {1.0, 1.0, 1.0};
     for (int32_t& n : nIndices)
         n = 0;
+    for (SText& t : aFirstPoint)
+        t = SText();
     strBlock.clear();
     vVertices.clear();
     vVertexFlags.clear();

@@ -77,6 +77,15 @@ struct QelDxfEntity
     QelDxfVec vecScale{1.0, 1.0, 1.0};
     /// Groups 71 to 74: the m and n sizes of a polygon mesh, the vertex numbers of a face record.
     int32_t nIndices[4] = {0, 0, 0, 0};
+    /// Texts of the first point's coordinates, when the reader was asked to keep them unread (a
+    /// VERTEX record is a position or a face only known at its end, and faces have no use for them).
+    struct SText
+    {
+        const char* p = nullptr;
+        size_t n = 0;
+        unsigned nLine = 0;
+    };
+    SText aFirstPoint[3];
     /// Of an insert.
     std::string strBlock;
     /// Of polylines (vertices with their flags) and polyfaces.

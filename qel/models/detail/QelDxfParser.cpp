@@ -9,6 +9,8 @@
 namespace
 {
 const char kBinarySentinel[] = "AutoCAD Binary DXF";
+/// The shortest VERTEX record: its type group and one coordinate group.
+const size_t kMinVertexRecord = 16;
 
 struct STypeName
 {
@@ -38,11 +40,9 @@ double QelDxfParser::UnitScale(int64_t nCode)
     return nCode >= 0 && nCode < nCount ? kScales[nCode] : 1.0;
 }
 
-bool QelDxfParser::Next()
+bool QelDxfParser::EndOfGroups(QelDxfReader::EResult eResult)
 {
-    if (m_bAtEnd)
-        return false;
-    switch (m_cReader.Next())
+    switch (eResult)
     {
     case QelDxfReader::eGroup:
         return true;
@@ -68,24 +68,24 @@ bool QelDxfParser::IsZero(const char* pText) const
 
 double QelDxfParser::Number()
 {
+    return NumberOf({m_cReader.Value(), m_cReader.ValueSize(), m_cReader.Line()});
+}
+
+double QelDxfParser::NumberOf(const QelDxfEntity::SText& t)
+{
     double f = 0.0;
-    if (!m_cReader.Double(f))
+    if (!QelDxfReader::ParseDouble(t.p, t.p + t.n, f))
     {
-        m_log.Warn(m_cReader.Line(), "[" + m_cReader.ValueString().substr(0, 40) + "] is not a finite number; 0 is used");
+        m_log.Warn(t.nLine, "[" + std::string(t.p, t.n < 40 ? t.n : 40) + "] is not a finite number; 0 is used");
         return 0.0;
     }
     return f;
 }
 
-int64_t QelDxfParser::Integer()
+int64_t QelDxfParser::NotInteger()
 {
-    int64_t n = 0;
-    if (!m_cReader.Int(n))
-    {
-        m_log.Warn(m_cReader.Line(), "[" + m_cReader.ValueString().substr(0, 40) + "] is not an integer; 0 is used");
-        return 0;
-    }
-    return n;
+    m_log.Warn(m_cReader.Line(), "[" + m_cReader.ValueString().substr(0, 40) + "] is not an integer; 0 is used");
+    return 0;
 }
 
 bool QelDxfParser::Parse(const char* pData, size_t nSize)
@@ -291,10 +291,20 @@ void QelDxfParser::ParseEntities(QelDxfBuilder::SBlock* pBlock)
 void QelDxfParser::ReadPolyline(QelDxfEntity& e)
 {
     ReadEntity(e);
+    if (e.nFlags & 64)
+    {
+        // A polyface states its vertex and face counts; room is made for them at once, as far as
+        // the rest of the text could hold such records.
+        const size_t nMost = m_cReader.Remaining() / kMinVertexRecord;
+        auto most = [nMost](int32_t n) { return n > 0 && size_t(n) < nMost ? size_t(n) : nMost; };
+        e.vVertices.reserve(most(e.nIndices[0]));
+        e.vVertexFlags.reserve(most(e.nIndices[0]));
+        e.vFaces.reserve(most(e.nIndices[1]));
+    }
     while (!m_bAtEnd && IsZero("VERTEX"))
     {
         m_cVertex.Reset(QelDxfEntity::ePoint, m_cReader.Line());
-        ReadEntity(m_cVertex);
+        ReadEntity(m_cVertex, true);
         // Face records of a polyface carry flag 128 without 64; every other vertex is a position.
         if ((m_cVertex.nFlags & 128) && !(m_cVertex.nFlags & 64) && (e.nFlags & 64))
         {
@@ -308,6 +318,10 @@ void QelDxfParser::ReadPolyline(QelDxfEntity& e)
         }
         else
         {
+            double* pAxes[3] = {&m_cVertex.p[0].x, &m_cVertex.p[0].y, &m_cVertex.p[0].z};
+            for (int k = 0; k < 3; ++k)
+                if (m_cVertex.aFirstPoint[k].p)
+                    *pAxes[k] = NumberOf(m_cVertex.aFirstPoint[k]);
             e.vVertices.push_back(m_cVertex.p[0]);
             e.vVertexFlags.push_back(m_cVertex.nFlags);
         }
@@ -318,7 +332,7 @@ void QelDxfParser::ReadPolyline(QelDxfEntity& e)
         }
 }
 
-void QelDxfParser::ReadEntity(QelDxfEntity& e)
+void QelDxfParser::ReadEntity(QelDxfEntity& e, bool bKeepFirstPoint)
 {
     const bool bLw = e.eType == QelDxfEntity::eLwPolyline;
     while (Next())
@@ -339,6 +353,12 @@ void QelDxfParser::ReadEntity(QelDxfEntity& e)
                 if (e.vVertices.empty())
                     continue;
                 (nAxis == 0 ? e.vVertices.back().x : nAxis == 1 ? e.vVertices.back().y : e.vVertices.back().z) = Number();
+                continue;
+            }
+            if (bKeepFirstPoint && nPoint == 0)
+            {
+                e.aFirstPoint[nAxis] = {m_cReader.Value(), m_cReader.ValueSize(), m_cReader.Line()};
+                e.nPointsGiven |= 1u;
                 continue;
             }
             QelDxfVec& v = e.p[nPoint];

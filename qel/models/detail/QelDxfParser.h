@@ -24,19 +24,36 @@ public:
 
 private:
     /// Reads the next group; false at the end of the text or on a broken group (reported).
-    bool Next();
+    bool Next()
+    {
+        if (m_bAtEnd)
+            return false;
+        const QelDxfReader::EResult eResult = m_cReader.Next();
+        return eResult == QelDxfReader::eGroup || EndOfGroups(eResult);
+    }
+    /// Reports why the groups ended and marks the end; false.
+    bool EndOfGroups(QelDxfReader::EResult eResult);
     void SkipSection();
     void ParseHeader();
     void ParseTables();
     void ParseLayer();
     void ParseBlocks();
     void ParseEntities(QelDxfBuilder::SBlock* pBlock);
-    /// Reads the groups of the entity whose "0" group is current, up to the next "0" group.
-    void ReadEntity(QelDxfEntity& e);
+    /// Reads the groups of the entity whose "0" group is current, up to the next "0" group; with
+    /// bKeepFirstPoint the first point's coordinates are kept as text in aFirstPoint.
+    void ReadEntity(QelDxfEntity& e, bool bKeepFirstPoint = false);
     /// Reads an entity and the VERTEX records that follow a POLYLINE, up to SEQEND.
     void ReadPolyline(QelDxfEntity& e);
     double Number();
-    int64_t Integer();
+    /// A coordinate's text read later; warnings name the line it was on.
+    double NumberOf(const QelDxfEntity::SText& t);
+    int64_t Integer()
+    {
+        int64_t n = 0;
+        return m_cReader.Int(n) ? n : NotInteger();
+    }
+    /// Warns that the value is no integer; 0.
+    int64_t NotInteger();
     bool IsZero(const char* pText) const;
 
     QelModelData& m_data;

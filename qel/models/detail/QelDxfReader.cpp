@@ -6,46 +6,13 @@
 #include <cmath>
 #include <cstring>
 
-namespace
-{
-bool IsBlank(char c)
-{
-    return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v';
-}
-} // namespace
-
-bool QelDxfReader::NextLine(const char*& pBegin, const char*& pEnd)
-{
-    if (m_p >= m_e)
-        return false;
-    // Lines of DXF are a few characters long: a plain loop beats a library search here.
-    const char* p = m_p;
-    const char* q = p;
-    while (q < m_e && *q != '\n')
-        ++q;
-    m_p = q < m_e ? q + 1 : m_e;
-    ++m_nNextLine;
-    while (p < q && IsBlank(*p))
-        ++p;
-    while (q > p && IsBlank(q[-1]))
-        --q;
-    pBegin = p;
-    pEnd = q;
-    return true;
-}
-
-QelDxfReader::EResult QelDxfReader::Next()
+QelDxfReader::EResult QelDxfReader::NextGeneral()
 {
     m_nLine = m_nNextLine;
     // The usual code line: optional blanks, digits, an optional CR, the line break.
-    const char* p = m_p;
-    while (p < m_e && *p == ' ')
-        ++p;
-    const char* pDigits = p;
     int n = 0;
-    while (p < m_e && unsigned(*p - '0') <= 9 && p - pDigits < 9)
-        n = n * 10 + (*p++ - '0');
-    if (p > pDigits && p < m_e && (*p == '\n' || (*p == '\r' && p + 1 < m_e && p[1] == '\n')))
+    const char* p = CodeDigits(n);
+    if (p && p < m_e && (*p == '\n' || (*p == '\r' && p + 1 < m_e && p[1] == '\n')))
     {
         m_p = p + (*p == '\r' ? 2 : 1);
         ++m_nNextLine;
@@ -76,19 +43,11 @@ QelDxfReader::EResult QelDxfReader::Next()
         }
         m_nCode = bNeg ? -n : n;
     }
-    const char* b;
-    const char* e;
-    if (!NextLine(b, e))
-        return eTruncated;
-    m_pValue = b;
-    m_nValueSize = size_t(e - b);
-    return eGroup;
+    return ReadValue();
 }
 
-bool QelDxfReader::Double(double& f) const
+bool QelDxfReader::ParseDouble(const char* p, const char* e, double& f)
 {
-    const char* p = m_pValue;
-    const char* e = p + m_nValueSize;
     if (QelFastNumber::Decimal(p, e, f))
         return true;
     if (p < e && *p == '+')
@@ -97,24 +56,10 @@ bool QelDxfReader::Double(double& f) const
     return r.ec == std::errc() && r.ptr == e && std::isfinite(f);
 }
 
-bool QelDxfReader::Int(int64_t& n) const
+bool QelDxfReader::IntGeneral(int64_t& n) const
 {
     const char* p = m_pValue;
     const char* e = p + m_nValueSize;
-    if (e - p > 0 && e - p < 10)
-    {
-        // Short plain integers, nearly all of them, without the library's general reader.
-        const bool bNeg = *p == '-';
-        const char* d = p + bNeg;
-        int64_t v = 0;
-        while (d < e && unsigned(*d - '0') <= 9)
-            v = v * 10 + (*d++ - '0');
-        if (d == e && d > p + bNeg)
-        {
-            n = bNeg ? -v : v;
-            return true;
-        }
-    }
     if (p < e && *p == '+')
         ++p;
     auto r = std::from_chars(p, e, n);

@@ -6,15 +6,15 @@
 /// and fast. Anything else (exponents, more than 19 digits) is left to the general reader.
 namespace QelFastNumber
 {
-/// Reads [p, e) whole as a plain decimal; false (f unchanged) for any other form.
-inline bool Decimal(const char* p, const char* e, double& f)
+/// Reads a plain decimal from p on, up to the first character that cannot continue it; returns
+/// where it stopped, or null (f unchanged) when what is there is no plain decimal of at most 19
+/// digits.
+inline const char* DecimalPrefix(const char* p, const char* e, double& f)
 {
     static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
                                      1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
     const bool bNeg = p < e && *p == '-';
     p += bNeg || (p < e && *p == '+');
-    if (e - p > 20)
-        return false;
     const char* pStart = p;
     uint64_t n = 0;
     unsigned d;
@@ -34,13 +34,23 @@ inline bool Decimal(const char* p, const char* e, double& f)
         }
     }
     const long nDigits = long(p - pStart) - (pPoint < p ? 1 : 0);
-    // At most 19 digits fit the integer; up to 2^53 it converts exactly, and one division by an
-    // exact power of ten rounds once.
-    if (p != e || nDigits == 0 || nDigits > 19 || n > (uint64_t(1) << 53))
-        return false;
+    // At most 19 digits fit the integer (more wrap, and are refused); up to 2^53 it converts
+    // exactly, and one division by an exact power of ten rounds once.
+    if (nDigits == 0 || nDigits > 19 || n > (uint64_t(1) << 53))
+        return nullptr;
     const long nFraction = pPoint < p ? long(p - pPoint - 1) : 0;
     f = double(n) / kPowers[nFraction];
     f = bNeg ? -f : f;
+    return p;
+}
+
+/// Reads [p, e) whole as a plain decimal; false (f unchanged) for any other form.
+inline bool Decimal(const char* p, const char* e, double& f)
+{
+    double g = 0.0;
+    if (DecimalPrefix(p, e, g) != e || p == e)
+        return false;
+    f = g;
     return true;
 }
 } // namespace QelFastNumber

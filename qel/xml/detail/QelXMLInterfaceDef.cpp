@@ -1,5 +1,6 @@
 #include "qel/xml/detail/QelXMLInterfaceDef.h"
 
+#include "qel/xml/detail/QelBase64.h"
 #include "qel/xml/detail/QelXMLText.h"
 
 #include <libxml/parser.h>
@@ -12,8 +13,6 @@ namespace
 {
 /// Live implementation objects; the parser's global state is cleaned up when the last one goes.
 unsigned int g_nLiveXMLInterfaceDefs = 0;
-
-const char kBase64Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 /// True when pNode is pAncestor or lies below it.
 bool IsInSubtree(const xmlNode* pNode, const xmlNode* pAncestor)
@@ -171,73 +170,18 @@ bool QelXMLInterfaceDef::WriteAttribute(const std::string& strName, const char* 
 
 std::string QelXMLEncodeBase64(const unsigned char* pData, size_t nSize)
 {
-    std::string strOut;
-    strOut.reserve(nSize / 3 * 4 + 3);
-    size_t i = 0;
-    for (; i + 3 <= nSize; i += 3)
-    {
-        unsigned int n = (pData[i] << 16) | (pData[i + 1] << 8) | pData[i + 2];
-        strOut += kBase64Alphabet[(n >> 18) & 63];
-        strOut += kBase64Alphabet[(n >> 12) & 63];
-        strOut += kBase64Alphabet[(n >> 6) & 63];
-        strOut += kBase64Alphabet[n & 63];
-    }
-    size_t nRest = nSize - i;
-    if (nRest == 1)
-    {
-        unsigned int n = pData[i] << 16;
-        strOut += kBase64Alphabet[(n >> 18) & 63];
-        strOut += kBase64Alphabet[(n >> 12) & 63];
-    }
-    else if (nRest == 2)
-    {
-        unsigned int n = (pData[i] << 16) | (pData[i + 1] << 8);
-        strOut += kBase64Alphabet[(n >> 18) & 63];
-        strOut += kBase64Alphabet[(n >> 12) & 63];
-        strOut += kBase64Alphabet[(n >> 6) & 63];
-    }
+    std::string strOut(QelBase64::EncodedLength(nSize), '\0');
+    if (nSize > 0)
+        QelBase64::Encode(pData, nSize, &strOut[0]);
     return strOut;
 }
 
 size_t QelXMLDecodeBase64(const char* pText, size_t nLength, unsigned char* pOut)
 {
-    struct Table
-    {
-        signed char aValue[256];
-        Table()
-        {
-            std::memset(aValue, -1, sizeof(aValue));
-            for (int i = 0; i < 64; ++i)
-                aValue[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<signed char>(i);
-        }
-    };
-    static const Table s_table;
-    const signed char* s_aValue = s_table.aValue;
-    size_t nOut = 0;
-    unsigned int nGroup = 0;
-    int nValid = 0;
-    for (size_t i = 0; i < nLength && pText[i] != '\0'; ++i)
-    {
-        int v = s_aValue[static_cast<unsigned char>(pText[i])];
-        if (v < 0)
-            continue;
-        nGroup = (nGroup << 6) | static_cast<unsigned int>(v);
-        if (++nValid == 4)
-        {
-            pOut[nOut++] = static_cast<unsigned char>(nGroup >> 16);
-            pOut[nOut++] = static_cast<unsigned char>(nGroup >> 8);
-            pOut[nOut++] = static_cast<unsigned char>(nGroup);
-            nGroup = 0;
-            nValid = 0;
-        }
-    }
-    // A short last group of k characters gives floor(6k / 8) bytes.
-    if (nValid == 2)
-        pOut[nOut++] = static_cast<unsigned char>(nGroup >> 4);
-    else if (nValid == 3)
-    {
-        pOut[nOut++] = static_cast<unsigned char>(nGroup >> 10);
-        pOut[nOut++] = static_cast<unsigned char>(nGroup >> 2);
-    }
-    return nOut;
+    const void* pZero = std::memchr(pText, '\0', nLength);
+    if (pZero)
+        nLength = size_t(static_cast<const char*>(pZero) - pText);
+    QelBase64::Decoder decoder;
+    const size_t nOut = decoder.Feed(pText, nLength, pOut);
+    return nOut + decoder.Finish(pOut + nOut);
 }
