@@ -7,6 +7,7 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CTEST_ARGS ?=
 FUZZ_SECONDS ?= 60
 FUZZ_JOBS ?= 1
+FUZZ_ONLY ?= .
 
 ifeq ($(SANITIZE),1)
   BUILD := $(SAN_BUILD)
@@ -51,12 +52,13 @@ docs: setup
 
 # Every fuzz target for FUZZ_SECONDS each, from its seed corpus, in the sanitizer build (libFuzzer
 # needs Clang). What a target finds goes to its scratch corpus in the build tree; a fault fails the
-# run, its input saved as $(SAN_BUILD)/fuzz/artifacts/<target>-crash-*. FUZZ_JOBS targets run at once.
+# run, its input saved as $(SAN_BUILD)/fuzz/artifacts/<target>-crash-*. FUZZ_JOBS targets run at once;
+# FUZZ_ONLY=<regex> runs only the targets whose name matches.
 fuzz: setup
 	@cmake -S . -B $(SAN_BUILD) $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQEL_SANITIZE=ON \
 	  -DQEL_BUILD_BENCHMARKS=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ >/dev/null
 	@cmake --build $(SAN_BUILD) --target fuzzers -j $(JOBS)
-	@bash scripts/fuzz.sh $(SAN_BUILD) $(FUZZ_SECONDS) $(FUZZ_JOBS)
+	@bash scripts/fuzz.sh $(SAN_BUILD) $(FUZZ_SECONDS) $(FUZZ_JOBS) '$(FUZZ_ONLY)'
 
 install: build
 	@cmake --install $(BUILD) --prefix $(PREFIX)

@@ -1,18 +1,27 @@
 #!/usr/bin/env bash
-# Runs every fuzz target for a given time from its corpus, JOBS targets at a time, and prints each
-# target's executions, coverage and what it found. Usage: fuzz.sh BUILD_DIR SECONDS JOBS
+# Runs every fuzz target (the library's and the example programs') for a given time from its corpus,
+# JOBS targets at a time, and prints each target's executions, coverage and what it found.
+# Usage: fuzz.sh BUILD_DIR SECONDS JOBS [REGEX]; with REGEX only the targets whose name matches run.
 set -u
-build=$1 seconds=$2 jobs=$3
+build=$1 seconds=$2 jobs=$3 only=${4:-.}
 src=$(cd "$(dirname "$0")/.." && pwd)
 mkdir -p "$build/fuzz/artifacts"
 
+# One target: its source under fuzz/ (the library's) or under examples/<program>/fuzz/ (a program's
+# own), its binary where CMake builds it, its seed corpus beside the source.
 run_one() {
-  local name=$1
+  local source=$1 name program
+  name=$(basename "$source" .cpp)
+  program="$build/fuzz/$name"
+  case $source in
+    examples/*) program="$build/$(dirname "$(dirname "$source")")/$name" ;;
+  esac
   mkdir -p "$build/fuzz/corpus/$name"
   local seeds=()
-  [ -d "$src/fuzz/corpus/$name" ] && seeds=("$src/fuzz/corpus/$name")
+  [ -d "$src/$(dirname "$source")/corpus/$name" ] \
+    && seeds=("$src/$(dirname "$source")/corpus/$name")
   ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-    "$build/fuzz/$name" -max_total_time="$seconds" -max_len=4096 -print_final_stats=1 \
+    "$program" -max_total_time="$seconds" -max_len=4096 -print_final_stats=1 \
     -artifact_prefix="$build/fuzz/artifacts/$name-" \
     "$build/fuzz/corpus/$name" "${seeds[@]}" > "$build/fuzz/$name.log" 2>&1
   local status=$?
@@ -30,5 +39,6 @@ run_one() {
 export -f run_one
 export build seconds src
 
-ls "$src"/fuzz/fuzz_*.cpp | xargs -n1 basename | sed 's/\.cpp$//' |
+(cd "$src" && ls fuzz/fuzz_*.cpp examples/*/fuzz/fuzz_*.cpp 2>/dev/null) |
+  grep -E "$only" |
   xargs -P "$jobs" -I{} bash -c 'run_one {}'
