@@ -87,7 +87,11 @@ protected:
     /// For derived buffers: takes ownership of their own kind of implementation object.
     explicit QelGeometryBuffer(QelGeometryBufferDef* pDef);
     QelGeometryBufferDef* Def() const { return m_pDef.get(); }
+    /// State a derived buffer's inline calls work on, owned by its Def (null for the base kind).
+    /// Kept here beside the Def and replaced with it, so those calls reach it in one load.
+    void* InlineState() const { return m_pInlineState; }
 
 private:
     std::shared_ptr<QelGeometryBufferDef> m_pDef;
+    void* m_pInlineState;
 };
