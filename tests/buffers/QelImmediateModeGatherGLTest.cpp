@@ -14,6 +14,8 @@
 #include <memory>
 #include <vector>
 
+using namespace QelBufferTest;
+
 namespace
 {
 /// The current attributes as OpenGL keeps them, and each vertex as it was emitted.
@@ -66,26 +68,6 @@ struct Model
         return n;
     }
 };
-
-/// The finished vertex array as OpenGL reads it, from the buffer object or the client array.
-std::vector<unsigned char> FinishedBytes(const QelGeometryBuffer& b)
-{
-    std::vector<unsigned char> v(size_t(b.NumVertices()) * size_t(b.VertexSize()));
-    if (!b.BindVertexBuffer())
-        return {};
-    GLint nName = 0;
-    glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &nName);
-    if (nName)
-        glGetBufferSubData(GL_ARRAY_BUFFER, 0, GLsizeiptr(v.size()), v.data());
-    else
-    {
-        void* p = nullptr;
-        glGetPointerv(GL_VERTEX_ARRAY_POINTER, &p); // the position leads the vertex: the array's start
-        std::memcpy(v.data(), p, v.size());
-    }
-    QelGeometryBuffer::UnBindVertexBuffer();
-    return v;
-}
 
 /// Small deterministic random numbers.
 struct Random

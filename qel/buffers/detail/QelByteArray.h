@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <utility>
 
 /// A growable byte array that never throws and never zero-fills what it is about to overwrite.
 /// Vertex data is gathered and handed to OpenGL through it; a failed allocation is a false result
@@ -12,6 +13,21 @@
 class QelByteArray
 {
 public:
+    QelByteArray() = default;
+    /// A moved-from array is empty, not an array that claims bytes it no longer holds.
+    QelByteArray(QelByteArray&& other) noexcept { *this = std::move(other); }
+    QelByteArray& operator=(QelByteArray&& other) noexcept
+    {
+        if (this != &other)
+        {
+            m_pData = std::move(other.m_pData);
+            m_nSize = other.m_nSize;
+            m_nCapacity = other.m_nCapacity;
+            other.m_nSize = other.m_nCapacity = 0;
+        }
+        return *this;
+    }
+
     unsigned char* Data() { return m_pData.get(); }
     const unsigned char* Data() const { return m_pData.get(); }
     size_t Size() const { return m_nSize; }
