@@ -133,9 +133,9 @@ bool QelImmediateModeBufferDef::Relayout()
         m_cGathered.Reserve(nCapacity);
         c.m_pNext = m_cGathered.Data();
     }
-    unsigned char nCurrent[sizeof(c.m_nCurrent)] = {};
-    Repack(c.m_nCurrent, lOld, nCurrent, lNew);
-    std::memcpy(c.m_nCurrent, nCurrent, sizeof(nCurrent));
+    unsigned char nCurrent[sizeof(c.m_nWords)] = {};
+    Repack(c.Bytes(), lOld, nCurrent, lNew);
+    std::memcpy(c.Bytes(), nCurrent, sizeof(nCurrent));
     c.m_cLayout = lNew;
     UpdateLimit();
     return true;
@@ -153,7 +153,7 @@ void QelImmediateModeBufferDef::Vertex(const float* pXyzw, int nCoords)
     if (nHave == 0)
         return; // the first vertex's layout could not be made; reported already
     const float xyzw[4] = {pXyzw[0], pXyzw[1], pXyzw[2], nCoords == 4 ? pXyzw[3] : 1.0f};
-    std::memcpy(c.m_nCurrent, xyzw, 4 * size_t(nHave));
+    std::memcpy(c.Bytes(), xyzw, 4 * size_t(nHave));
     if (MakeRoom())
         c.Emit();
 }
@@ -170,7 +170,7 @@ void QelImmediateModeBufferDef::TexCoord(const char* pName, unsigned int nLayer,
     }
     const QelVertexLayout& l = m_cCursor.m_cLayout;
     if (l.m_nTexCoordOffsets[nLayer] >= 0) // else a relayout failed, reported already
-        std::memcpy(m_cCursor.m_nCurrent + l.m_nTexCoordOffsets[nLayer], pStrq, 4 * size_t(l.m_nTexCoords[nLayer]));
+        std::memcpy(m_cCursor.Bytes() + l.m_nTexCoordOffsets[nLayer], pStrq, 4 * size_t(l.m_nTexCoords[nLayer]));
 }
 
 void QelImmediateModeBufferDef::Normal(const float* pXyz)
@@ -182,7 +182,7 @@ void QelImmediateModeBufferDef::Normal(const float* pXyz)
     }
     const QelVertexLayout& l = m_cCursor.m_cLayout;
     if (l.m_nNormalOffset >= 0)
-        std::memcpy(m_cCursor.m_nCurrent + l.m_nNormalOffset, pXyz, 12);
+        std::memcpy(m_cCursor.Bytes() + l.m_nNormalOffset, pXyz, 12);
 }
 
 void QelImmediateModeBufferDef::Color(const unsigned char* pRgba)
@@ -194,7 +194,7 @@ void QelImmediateModeBufferDef::Color(const unsigned char* pRgba)
     }
     const QelVertexLayout& l = m_cCursor.m_cLayout;
     if (l.m_nColorOffset >= 0)
-        std::memcpy(m_cCursor.m_nCurrent + l.m_nColorOffset, pRgba, 4);
+        std::memcpy(m_cCursor.Bytes() + l.m_nColorOffset, pRgba, 4);
 }
 
 void QelImmediateModeBufferDef::FinishVertices()

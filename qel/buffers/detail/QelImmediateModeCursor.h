@@ -23,8 +23,12 @@ struct QelImmediateModeCursor
     unsigned char* m_pLimit = nullptr;
     /// Layout of the gathered vertices and of the current one.
     QelVertexLayout m_cLayout;
-    /// The current vertex: position in front, the current attributes at their offsets.
-    alignas(16) unsigned char m_nCurrent[kMaxVertexBytes] = {};
+    /// The current vertex, in 32-bit words (every attribute is made of them): position in front,
+    /// the current attributes at their offsets. Stored as words, not bytes, so that the compiler
+    /// knows a store to it changes none of the pointers above and keeps them in registers.
+    uint32_t m_nWords[kMaxVertexBytes / 4] = {};
+
+    unsigned char* Bytes() { return reinterpret_cast<unsigned char*>(m_nWords); }
 
     /// Appends the current vertex; the caller has checked m_pNext < m_pLimit. The copy goes word
     /// by word: the setters have just stored those words one by one, and a wider load across
@@ -34,26 +38,34 @@ struct QelImmediateModeCursor
     {
         unsigned char* pTo = m_pNext;
         const size_t nSize = size_t(m_cLayout.m_nVertexSize);
-        for (size_t i = 0; i < nSize; i += 4)
+        size_t i = 0;
+        for (; i + 8 <= nSize; i += 8)
         {
-            uint32_t nWord;
-            std::memcpy(&nWord, m_nCurrent + i, 4);
+            uint32_t nWord0 = m_nWords[i / 4], nWord1 = m_nWords[i / 4 + 1];
 #if defined(__GNUC__)
-            __asm__("" : "+r"(nWord)); // keeps the compiler from widening the copy again
+            __asm__("" : "+r"(nWord0), "+r"(nWord1)); // keeps the compiler from widening the loads again
 #endif
-            std::memcpy(pTo + i, &nWord, 4);
+            std::memcpy(pTo + i, &nWord0, 4);
+            std::memcpy(pTo + i + 4, &nWord1, 4);
         }
+        if (i < nSize)
+            std::memcpy(pTo + i, &m_nWords[i / 4], 4);
         m_pNext = pTo + nSize;
     }
 
     /// Stores one float of the current vertex.
-    void Put(int nOffset, float f) { std::memcpy(m_nCurrent + nOffset, &f, 4); }
+    void Put(int nOffset, float f)
+    {
+        uint32_t nBits;
+        std::memcpy(&nBits, &f, 4);
+        m_nWords[nOffset / 4] = nBits;
+    }
     /// Stores a color, red in the low byte of nRgba, as the bytes R, G, B, A.
     void PutColor(int nOffset, uint32_t nRgba)
     {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
         nRgba = __builtin_bswap32(nRgba);
 #endif
-        std::memcpy(m_nCurrent + nOffset, &nRgba, 4);
+        m_nWords[nOffset / 4] = nRgba;
     }
 };
