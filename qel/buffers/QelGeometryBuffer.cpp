@@ -113,9 +113,11 @@ bool LayoutFits(const QelVertexLayout& l)
 }
 } // namespace
 
-QelGeometryBuffer::QelGeometryBuffer() : m_pDef(new QelGeometryBufferDef(this)) {}
+QelGeometryBuffer::QelGeometryBuffer() : m_pDef(new QelGeometryBufferDef(this)), m_pInlineState(nullptr) {}
 
-QelGeometryBuffer::QelGeometryBuffer(QelGeometryBufferDef* pDef) : m_pDef(pDef) {}
+QelGeometryBuffer::QelGeometryBuffer(QelGeometryBufferDef* pDef) : m_pDef(pDef), m_pInlineState(pDef->m_pInlineState)
+{
+}
 
 QelGeometryBuffer::QelGeometryBuffer(const QelGeometryBuffer& other) = default;
 
@@ -131,6 +133,7 @@ QelGeometryBuffer& QelGeometryBuffer::operator=(const QelGeometryBuffer& other)
         return *this;
     }
     m_pDef = other.m_pDef;
+    m_pInlineState = other.m_pInlineState;
     return *this;
 }
 

@@ -101,7 +101,11 @@ protected:
     explicit QelGeometryBuffer(QelGeometryBufferDef* pDef);
     /// The shared implementation object, for derived buffers to reach their own kind of it.
     QelGeometryBufferDef* Def() const { return m_pDef.get(); }
+    /// State a derived buffer's inline calls work on, owned by its Def (null for the base kind).
+    /// Kept here beside the Def and replaced with it, so those calls reach it in one load.
+    void* InlineState() const { return m_pInlineState; }
 
 private:
     std::shared_ptr<QelGeometryBufferDef> m_pDef;
+    void* m_pInlineState;
 };

@@ -6,6 +6,8 @@
 #include <GL/glew.h>
 
 #include <cstddef>
+#include <cstring>
+#include <vector>
 
 /// Sets a GLEW entry point to null for the guard's lifetime, as a context without the extension
 /// would leave it, and puts it back afterwards.
@@ -64,5 +66,25 @@ inline unsigned int PixelAt(float x, float y)
 {
     return QelOffscreenContext::ReadPixel(int((x + 1) * 0.5f * float(QelOffscreenContext::Width())),
                                           int((y + 1) * 0.5f * float(QelOffscreenContext::Height())));
+}
+
+/// The finished vertex array as OpenGL reads it, from the buffer object or the client array.
+inline std::vector<unsigned char> FinishedBytes(const QelGeometryBuffer& b)
+{
+    std::vector<unsigned char> v(size_t(b.NumVertices()) * size_t(b.VertexSize()));
+    if (!b.BindVertexBuffer())
+        return {};
+    GLint nName = 0;
+    glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &nName);
+    if (nName)
+        glGetBufferSubData(GL_ARRAY_BUFFER, 0, GLsizeiptr(v.size()), v.data());
+    else
+    {
+        void* p = nullptr;
+        glGetPointerv(GL_VERTEX_ARRAY_POINTER, &p); // the position leads the vertex: the array's start
+        std::memcpy(v.data(), p, v.size());
+    }
+    QelGeometryBuffer::UnBindVertexBuffer();
+    return v;
 }
 } // namespace QelBufferTest

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -372,4 +373,46 @@ TEST(QelTightlyPackedBufferGL, MismatchedCountsAndBadArraysAreRefused)
     EXPECT_EQ(b.VertexSize(), 12 + 4 + 12);
     EXPECT_EQ(b.NumVertices(), 4);
     EXPECT_TRUE(log.Messages().empty()) << log.Joined();
+}
+
+// Interleaving byte for byte, over more vertices than one pass of the interleaver takes, and
+// again into the array of the last finish (client arrays), first larger and then smaller.
+TEST(QelTightlyPackedBufferGL, InterleavesEveryArrayInPlaceAndReusesTheLastArray)
+{
+    QEL_REQUIRE_GL();
+    InBothPaths([] {
+        QelCapture log;
+        QelTightlyPackedBuffer b;
+        for (int nVertices : {300, 1001, 257})
+        {
+            SCOPED_TRACE(nVertices);
+            std::vector<float> vPositions, vTex, vNormals;
+            std::vector<unsigned long> vColors;
+            std::vector<unsigned char> vExpected;
+            auto fnAdd = [&vExpected](const void* p, size_t n) {
+                vExpected.insert(vExpected.end(), static_cast<const unsigned char*>(p),
+                                 static_cast<const unsigned char*>(p) + n);
+            };
+            for (int i = 0; i < nVertices; ++i)
+            {
+                const float p[4] = {float(i), float(-i), 0.5f * float(i), 2.0f};
+                const float t[3] = {float(i) / 7.0f, 1.0f, float(nVertices)};
+                const float n[3] = {0.0f, float(i & 1), 1.0f};
+                const uint32_t c = 0x01020304u * uint32_t(i + 1);
+                vPositions.insert(vPositions.end(), p, p + 4);
+                vTex.insert(vTex.end(), t, t + 3);
+                vNormals.insert(vNormals.end(), n, n + 3);
+                vColors.push_back(c);
+                fnAdd(p, 16), fnAdd(t, 12), fnAdd(n, 12), fnAdd(&c, 4);
+            }
+            b.AppendVertices(nVertices, 4, vPositions.data());
+            b.AppendTexCoords(nVertices, 2, 3, vTex.data());
+            b.AppendNormals(nVertices, vNormals.data());
+            b.AppendColors(nVertices, vColors.data());
+            b.FinishVertices();
+            ASSERT_EQ(b.VertexSize(), 44);
+            EXPECT_TRUE(FinishedBytes(b) == vExpected);
+        }
+        EXPECT_TRUE(log.Messages().empty()) << log.Joined();
+    });
 }

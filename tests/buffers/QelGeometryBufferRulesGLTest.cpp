@@ -38,6 +38,16 @@ void AddSixIndices(QelGeometryBuffer& b)
     b.AddIndices(aIndices, 6L);
 }
 
+/// OpenGL's own entry point while OversizedBufferData stands in for it.
+PFNGLBUFFERDATAARBPROC s_pRealBufferData = nullptr;
+
+/// Asks OpenGL for a store far larger than it can make, so that it answers GL_OUT_OF_MEMORY as a
+/// driver short of video memory would; the caller's data is not read.
+void GLAPIENTRY OversizedBufferData(GLenum eTarget, GLsizeiptrARB nSize, const void*, GLenum eUsage)
+{
+    s_pRealBufferData(eTarget, nSize + (GLsizeiptrARB(1) << 40), nullptr, eUsage);
+}
+
 void ExpectSquareDrawn()
 {
     EXPECT_EQ(PixelAt(-0.3f, -0.3f), kRed);
@@ -308,4 +318,46 @@ TEST(QelGeometryBufferRules, DrawsReadOnlyTheVerticesTheArrayHolds)
         EXPECT_FALSE(i.DrawArrays(QelGeometryBuffer::TRIANGLES, 0, 3, true, true));
         EXPECT_EQ(log2.Joined(), "<error> QelGeometryBuffer::DrawArrays() - first 0 and count 3 run past the 2 vertices\n");
     }
+}
+
+// Every upload OpenGL cannot hold is reported with the megabytes asked for, and still counted:
+// the buffer stays usable in form, as hosts that only log the failure expect.
+TEST(QelGeometryBufferRules, AnUploadOpenGLCannotHoldIsReportedAndStillCounted)
+{
+    QEL_REQUIRE_GL();
+    ASSERT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+    s_pRealBufferData = __glewBufferDataARB;
+    struct Restore
+    {
+        ~Restore() { __glewBufferDataARB = s_pRealBufferData; }
+    } restore;
+    __glewBufferDataARB = OversizedBufferData;
+
+    QelCapture log;
+    QelImmediateModeBuffer a;
+    FillSquare(a); // 6 vertices of 16 bytes
+    EXPECT_EQ(log.Joined(), "<error> OpenGL failed to allocate 0.0 MB of video RAM\n");
+
+    QelCapture log2;
+    std::vector<int> vIndices(393216, 1); // 1.5 MB of 32-bit indices
+    a.AddIndices(vIndices.data(), int(vIndices.size()));
+    a.FinishIndices(QelGeometryBuffer::INDEX_32_BIT);
+    EXPECT_EQ(log2.Joined(), "<error> OpenGL failed to allocate 1.5 MB of video RAM\n");
+    EXPECT_EQ(a.NumIndices(), 393216);
+
+    QelCapture log3;
+    QelInterleavedBuffer i;
+    i.SetStride(16);
+    i.SetVertexOffset(3, 0);
+    i.SetMaxNumVertices(65536);
+    std::vector<float> vVertices(65536 * 4, 0.0f); // 1 MB
+    i.SetBuffer(vVertices.data(), 65536, 0);
+    EXPECT_EQ(log3.Joined(), "<error> OpenGL failed to allocate 1.0 MB of video RAM\n");
+
+    EXPECT_EQ(QelGeometryBuffer::VideoMemoryVertexBytes(), 96u + 1048576u);
+    EXPECT_EQ(QelGeometryBuffer::VideoMemoryIndexBytes(), 1572864u);
+    a.Clear();
+    i.Clear();
+    EXPECT_EQ(QelGeometryBuffer::VideoMemoryVertexBytes(), 0u);
+    EXPECT_EQ(QelGeometryBuffer::VideoMemoryIndexBytes(), 0u);
 }

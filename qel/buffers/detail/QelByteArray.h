@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <utility>
 
 /// A growable byte array that never throws and never zero-fills what it is about to overwrite.
 /// Vertex data is gathered and handed to OpenGL through it; a failed allocation is a false result
@@ -12,9 +13,25 @@
 class QelByteArray
 {
 public:
+    QelByteArray() = default;
+    /// A moved-from array is empty, not an array that claims bytes it no longer holds.
+    QelByteArray(QelByteArray&& other) noexcept { *this = std::move(other); }
+    QelByteArray& operator=(QelByteArray&& other) noexcept
+    {
+        if (this != &other)
+        {
+            m_pData = std::move(other.m_pData);
+            m_nSize = other.m_nSize;
+            m_nCapacity = other.m_nCapacity;
+            other.m_nSize = other.m_nCapacity = 0;
+        }
+        return *this;
+    }
+
     unsigned char* Data() { return m_pData.get(); }
     const unsigned char* Data() const { return m_pData.get(); }
     size_t Size() const { return m_nSize; }
+    size_t Capacity() const { return m_nCapacity; }
     bool Empty() const { return m_nSize == 0; }
 
     /// Makes room for at least nBytes in all; the contents stay.
@@ -38,21 +55,6 @@ public:
         if (m_nSize + nBytes > m_nCapacity && !Reserve(std::max(m_nSize + nBytes, m_nCapacity + m_nCapacity / 2 + 64)))
             return false;
         std::memcpy(m_pData.get() + m_nSize, pBytes, nBytes);
-        m_nSize += nBytes;
-        return true;
-    }
-
-    /// Appends nBytes when they fit the room already made; false, with nothing appended, when not.
-    /// The per-vertex path of gathering: no allocation and no call. It copies whole 16-byte
-    /// chunks, so pBytes must be readable, and the array writable, up to 15 bytes past nBytes.
-    bool AppendChunks(const void* pBytes, size_t nBytes)
-    {
-        if (m_nSize + nBytes + 16 > m_nCapacity)
-            return false;
-        unsigned char* pTo = m_pData.get() + m_nSize;
-        const unsigned char* pFrom = static_cast<const unsigned char*>(pBytes);
-        for (size_t i = 0; i < nBytes; i += 16)
-            std::memcpy(pTo + i, pFrom + i, 16);
         m_nSize += nBytes;
         return true;
     }

@@ -2,30 +2,13 @@
 
 #include "qel/buffers/QelGeometryBuffer.h"
 #include "qel/buffers/detail/QelByteArray.h"
+#include "qel/buffers/detail/QelVertexLayout.h"
 
 #include <vector>
-
-/// Texture layers a vertex may carry.
-constexpr int kQelTextureLayers = 8;
 
 /// Largest vertex or index array in bytes: the process-wide counters are 32-bit, OpenGL takes
 /// sizes as signed values, and a count of 2^31 vertices is a caller's mistake, not data.
 constexpr long long kQelMaxBufferBytes = 0x7FFFFFFF;
-
-/// Where each attribute sits inside one interleaved vertex; -1 marks an absent attribute.
-struct QelVertexLayout
-{
-    int m_nVertexSize = -1;
-    int m_nVertexCoords = 0;
-    int m_nTexCoords[kQelTextureLayers] = {};
-    int m_nVertexOffset = -1;
-    int m_nColorOffset = -1;
-    int m_nNormalOffset = -1;
-    int m_nTexCoordOffsets[kQelTextureLayers] = {-1, -1, -1, -1, -1, -1, -1, -1};
-
-    /// Packs position, the used texture layers, normal and color one after another, in that order.
-    void Pack(int nVertexCoords, const int* pTexCoords, bool bNormal, bool bColor);
-};
 
 /// Data of QelGeometryBuffer: the layout of one vertex, the index array, the OpenGL buffer names
 /// and what this buffer counts in video memory. Derived buffers derive their own Def from it.
@@ -67,6 +50,8 @@ public:
     static void ReportOutOfMemory(const char* pWhere, long long nBytes);
 
     QelGeometryBuffer* m_pOwner; ///< the buffer that made this Def; copies share it, so it is never followed
+    /// What the public buffer's inline calls work on; a derived Def sets it before the buffer takes the Def.
+    void* m_pInlineState = nullptr;
     unsigned int m_nVertexBuffer = 0;
     unsigned int m_nIndexBuffer = 0;
     std::vector<int> m_vIndices;

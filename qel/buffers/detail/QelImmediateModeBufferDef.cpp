@@ -2,6 +2,7 @@
 
 #include "qel/framework/QelSysApp.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -14,13 +15,61 @@ const unsigned char kDefaultColor[4] = {255, 255, 255, 255};
 QelImmediateModeBufferDef::QelImmediateModeBufferDef(QelGeometryBuffer* pOwner, int nCapacity)
     : QelGeometryBufferDef(pOwner), m_nCapacity(nCapacity > 0 ? nCapacity : 0)
 {
-    for (auto& t : m_fTexCoords)
-        std::memcpy(t, kDefaultTexCoord, sizeof(t));
+    m_pInlineState = &m_cCursor;
+}
+
+size_t QelImmediateModeBufferDef::Used() const
+{
+    return m_cCursor.m_pNext ? size_t(m_cCursor.m_pNext - m_cGathered.Data()) : 0;
+}
+
+int QelImmediateModeBufferDef::Gathered() const
+{
+    const int nStride = m_cCursor.m_cLayout.m_nVertexSize;
+    return nStride > 0 ? int(Used() / size_t(nStride)) : 0;
 }
 
 int QelImmediateModeBufferDef::NumVertices() const
 {
-    return m_nGathered > 0 ? m_nGathered : m_nFinished;
+    const int nGathered = Gathered();
+    return nGathered > 0 ? nGathered : m_nFinished;
+}
+
+void QelImmediateModeBufferDef::UpdateLimit()
+{
+    QelImmediateModeCursor& c = m_cCursor;
+    const size_t nStride = size_t(c.m_cLayout.m_nVertexSize);
+    const size_t nUsed = Used();
+    if (c.m_cLayout.m_nVertexCoords > 0 && m_cGathered.Data() && nUsed + nStride <= m_cGathered.Capacity())
+        c.m_pLimit = m_cGathered.Data() + (m_cGathered.Capacity() - nStride + 1);
+    else
+        c.m_pLimit = c.m_pNext; // no room: the next vertex takes the slow path
+}
+
+bool QelImmediateModeBufferDef::MakeRoom()
+{
+    const size_t nStride = size_t(m_cCursor.m_cLayout.m_nVertexSize);
+    const size_t nUsed = Used();
+    if (nUsed + nStride <= m_cGathered.Capacity())
+        return true;
+    // The array keeps its bytes across the move; it grows by half again so that growth stays rare,
+    // and a fresh one (after FinishVertices) takes the capacity hint again.
+    size_t nWant = std::max(nUsed + nStride, m_cGathered.Capacity() + m_cGathered.Capacity() / 2 + 64);
+    if (nUsed == 0 && (long long)m_nCapacity * (long long)nStride <= kQelMaxBufferBytes)
+        nWant = std::max(nWant, size_t(m_nCapacity) * nStride);
+    if ((long long)(nUsed + nStride) > kQelMaxBufferBytes || !m_cGathered.Resize(nUsed, false) ||
+        !m_cGathered.Reserve(std::min(nWant, size_t(kQelMaxBufferBytes))))
+    {
+        if (!m_bOutOfMemory)
+            QelSysApp::App().PrintToConsole(
+                "<error> QelImmediateModeBuffer - vertex %d of %d bytes refused: out of memory or past %lld bytes\n",
+                Gathered(), int(nStride), kQelMaxBufferBytes);
+        m_bOutOfMemory = true;
+        return false;
+    }
+    m_cCursor.m_pNext = m_cGathered.Data() + nUsed;
+    UpdateLimit();
+    return true;
 }
 
 void QelImmediateModeBufferDef::Repack(const unsigned char* pOld, const QelVertexLayout& lOld, unsigned char* pNew,
@@ -29,7 +78,8 @@ void QelImmediateModeBufferDef::Repack(const unsigned char* pOld, const QelVerte
     float xyzw[4] = {0.0f, 0.0f, 0.0f, 1.0f};
     if (lOld.m_nVertexOffset >= 0)
         std::memcpy(xyzw, pOld + lOld.m_nVertexOffset, 4 * size_t(lOld.m_nVertexCoords));
-    std::memcpy(pNew + lNew.m_nVertexOffset, xyzw, 4 * size_t(lNew.m_nVertexCoords));
+    if (lNew.m_nVertexOffset >= 0)
+        std::memcpy(pNew + lNew.m_nVertexOffset, xyzw, 4 * size_t(lNew.m_nVertexCoords));
     for (int i = 0; i < kQelTextureLayers; ++i)
     {
         if (lNew.m_nTexCoordOffsets[i] < 0)
@@ -48,118 +98,143 @@ void QelImmediateModeBufferDef::Repack(const unsigned char* pOld, const QelVerte
 
 bool QelImmediateModeBufferDef::Relayout()
 {
+    QelImmediateModeCursor& c = m_cCursor;
+    const QelVertexLayout lOld = c.m_cLayout;
     QelVertexLayout lNew;
     lNew.Pack(m_nMaxCoordSize, m_nLayerCoords, m_bNormalUsed, m_bColorUsed);
-    if (m_nGathered > 0)
+    const int nGathered = Gathered();
+    const size_t nStride = size_t(lNew.m_nVertexSize);
+    // The capacity is reserved once the first vertex fixes most of the layout, not at every
+    // attribute's first use before it, each of which would allocate the whole block anew.
+    const size_t nCapacity = lNew.m_nVertexCoords > 0 && (long long)m_nCapacity * (long long)nStride <= kQelMaxBufferBytes
+                                 ? size_t(m_nCapacity) * nStride
+                                 : 0;
+    if (nGathered > 0)
     {
         QelByteArray cNew;
-        const size_t nStride = size_t(lNew.m_nVertexSize);
-        if ((long long)nStride * m_nGathered > kQelMaxBufferBytes || !cNew.Resize(nStride * size_t(m_nGathered), false))
+        const long long nBytes = (long long)nStride * nGathered;
+        if (nBytes > kQelMaxBufferBytes || !cNew.Resize(size_t(nBytes), false))
         {
             if (!m_bOutOfMemory)
-                ReportOutOfMemory("QelImmediateModeBuffer", (long long)nStride * m_nGathered);
+                ReportOutOfMemory("QelImmediateModeBuffer", nBytes);
             m_bOutOfMemory = true;
             return false;
         }
-        for (int v = 0; v < m_nGathered; ++v)
-            Repack(m_cGathered.Data() + size_t(v) * size_t(m_cGather.m_nVertexSize), m_cGather,
-                   cNew.Data() + size_t(v) * nStride, lNew);
+        cNew.Reserve(nCapacity); // a hint: without it the array grows as vertices come
+        for (int v = 0; v < nGathered; ++v)
+            Repack(m_cGathered.Data() + size_t(v) * size_t(lOld.m_nVertexSize), lOld, cNew.Data() + size_t(v) * nStride,
+                   lNew);
         m_cGathered = std::move(cNew);
+        c.m_pNext = m_cGathered.Data() + nBytes;
     }
-    // The capacity is reserved once the first vertex fixes most of the layout, not at every
-    // attribute's first use before it, each of which would allocate the whole block anew.
-    else if (m_nCapacity > 0 && lNew.m_nVertexCoords > 0 && (long long)m_nCapacity * lNew.m_nVertexSize <= kQelMaxBufferBytes)
-        m_cGathered.Reserve(size_t(m_nCapacity) * size_t(lNew.m_nVertexSize) + 16);
-    m_cGather = lNew;
-    WriteCurrent();
+    else
+    {
+        m_cGathered.Resize(0, false);
+        m_cGathered.Reserve(nCapacity);
+        c.m_pNext = m_cGathered.Data();
+    }
+    unsigned char nCurrent[sizeof(c.m_nWords)] = {};
+    Repack(c.Bytes(), lOld, nCurrent, lNew);
+    std::memcpy(c.Bytes(), nCurrent, sizeof(nCurrent));
+    c.m_cLayout = lNew;
+    UpdateLimit();
     return true;
 }
 
-void QelImmediateModeBufferDef::WriteCurrent()
+void QelImmediateModeBufferDef::Vertex(const float* pXyzw, int nCoords)
 {
-    const QelVertexLayout& l = m_cGather;
-    for (int i = 0; i < kQelTextureLayers; ++i)
-        if (l.m_nTexCoordOffsets[i] >= 0)
-            std::memcpy(m_nCurrent + l.m_nTexCoordOffsets[i], m_fTexCoords[i], 4 * size_t(l.m_nTexCoords[i]));
-    if (l.m_nNormalOffset >= 0)
-        std::memcpy(m_nCurrent + l.m_nNormalOffset, m_fNormal, 12);
-    if (l.m_nColorOffset >= 0)
-        std::memcpy(m_nCurrent + l.m_nColorOffset, m_nColor, 4);
-}
-
-void QelImmediateModeBufferDef::RaiseVertexCoords(int nCoords)
-{
-    m_nMaxCoordSize = nCoords;
-    Relayout();
-}
-
-void QelImmediateModeBufferDef::RaiseLayerCoords(unsigned int nLayer, int nCoords)
-{
-    m_bLayerUsed[nLayer] = true;
-    m_nLayerCoords[nLayer] = nCoords;
-    Relayout();
-}
-
-void QelImmediateModeBufferDef::FirstUse(bool& bUsed)
-{
-    bUsed = true;
-    Relayout();
-}
-
-void QelImmediateModeBufferDef::AppendGrowing()
-{
-    const size_t nStride = size_t(m_cGather.m_nVertexSize);
-    if ((long long)(m_cGathered.Size() + nStride) > kQelMaxBufferBytes || !m_cGathered.Append(m_nCurrent, nStride))
+    if (nCoords > m_nMaxCoordSize)
     {
-        if (!m_bOutOfMemory)
-            QelSysApp::App().PrintToConsole(
-                "<error> QelImmediateModeBuffer - vertex %d of %d bytes refused: out of memory or past %lld bytes\n",
-                m_nGathered, int(nStride), kQelMaxBufferBytes);
-        m_bOutOfMemory = true;
-        return;
+        m_nMaxCoordSize = nCoords;
+        Relayout();
     }
-    ++m_nGathered;
+    QelImmediateModeCursor& c = m_cCursor;
+    const int nHave = c.m_cLayout.m_nVertexCoords;
+    if (nHave == 0)
+        return; // the first vertex's layout could not be made; reported already
+    const float xyzw[4] = {pXyzw[0], pXyzw[1], pXyzw[2], nCoords == 4 ? pXyzw[3] : 1.0f};
+    std::memcpy(c.Bytes(), xyzw, 4 * size_t(nHave));
+    if (MakeRoom())
+        c.Emit();
+}
+
+void QelImmediateModeBufferDef::TexCoord(const char* pName, unsigned int nLayer, const float* pStrq, int nCoords)
+{
+    if (!LayerInRange(pName, nLayer))
+        return;
+    if (nCoords > m_nLayerCoords[nLayer])
+    {
+        m_bLayerUsed[nLayer] = true;
+        m_nLayerCoords[nLayer] = nCoords;
+        Relayout();
+    }
+    const QelVertexLayout& l = m_cCursor.m_cLayout;
+    if (l.m_nTexCoordOffsets[nLayer] >= 0) // else a relayout failed, reported already
+        std::memcpy(m_cCursor.Bytes() + l.m_nTexCoordOffsets[nLayer], pStrq, 4 * size_t(l.m_nTexCoords[nLayer]));
+}
+
+void QelImmediateModeBufferDef::Normal(const float* pXyz)
+{
+    if (!m_bNormalUsed)
+    {
+        m_bNormalUsed = true;
+        Relayout();
+    }
+    const QelVertexLayout& l = m_cCursor.m_cLayout;
+    if (l.m_nNormalOffset >= 0)
+        std::memcpy(m_cCursor.Bytes() + l.m_nNormalOffset, pXyz, 12);
+}
+
+void QelImmediateModeBufferDef::Color(const unsigned char* pRgba)
+{
+    if (!m_bColorUsed)
+    {
+        m_bColorUsed = true;
+        Relayout();
+    }
+    const QelVertexLayout& l = m_cCursor.m_cLayout;
+    if (l.m_nColorOffset >= 0)
+        std::memcpy(m_cCursor.Bytes() + l.m_nColorOffset, pRgba, 4);
 }
 
 void QelImmediateModeBufferDef::FinishVertices()
 {
+    const QelVertexLayout& l = m_cCursor.m_cLayout;
+    const int nGathered = Gathered();
     if (m_nMaxCoordSize < 1)
         QelSysApp::App().PrintToConsole(
             "<warning> CZubImmediateModeBuffer::FinishVertices, m_nMaxCoordSize < 1, cannot run sanity test\n");
-    // The gathered bytes must be whole vertices of the gathering layout; a vertex lost half-way
-    // to an allocation failure would shift every later one.
-    else if (m_cGathered.Size() != size_t(m_nGathered) * size_t(m_cGather.m_nVertexSize) ||
-             (m_cGather.m_nVertexCoords != 3 && m_cGather.m_nVertexCoords != 4))
+    // The gathered bytes must be whole vertices of a layout with a position; anything else would
+    // shift every later vertex.
+    else if (Used() != size_t(nGathered) * size_t(l.m_nVertexSize) || (l.m_nVertexCoords != 3 && l.m_nVertexCoords != 4))
     {
         QelSysApp::App().PrintToConsole(
             "<error> QelImmediateModeBuffer::FinishVertices() - %d vertices in %lld bytes do not make vertices of %d bytes; nothing finished\n",
-            m_nGathered, (long long)m_cGathered.Size(), m_cGather.m_nVertexSize);
+            nGathered, (long long)Used(), l.m_nVertexSize);
         return;
     }
-    if (m_nGathered < 1)
+    if (nGathered < 1)
         return;
-    static_cast<QelVertexLayout&>(*this) = m_cGather;
+    static_cast<QelVertexLayout&>(*this) = l;
+    m_cGathered.Resize(Used(), false);
     StoreFinishedVertices(std::move(m_cGathered));
     m_cGathered.Release();
-    m_nFinished = m_nGathered;
-    m_nGathered = 0;
+    m_cCursor.m_pNext = nullptr;
+    UpdateLimit();
+    m_nFinished = nGathered;
 }
 
 void QelImmediateModeBufferDef::Clear()
 {
     QelGeometryBufferDef::Clear();
-    for (auto& t : m_fTexCoords)
-        std::memcpy(t, kDefaultTexCoord, sizeof(t));
+    m_cCursor = QelImmediateModeCursor();
     for (int i = 0; i < kQelTextureLayers; ++i)
     {
         m_bLayerUsed[i] = false;
         m_nLayerCoords[i] = 0;
     }
-    std::memcpy(m_fNormal, kDefaultNormal, sizeof(m_fNormal));
-    std::memcpy(m_nColor, kDefaultColor, sizeof(m_nColor));
     m_bNormalUsed = m_bColorUsed = m_bOutOfMemory = false;
     m_nMaxCoordSize = 0;
-    m_cGather = QelVertexLayout();
     m_cGathered.Release();
-    m_nGathered = m_nFinished = 0;
+    m_nFinished = 0;
 }

@@ -2,6 +2,7 @@
 
 #include "qel/framework/QelSysApp.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -15,17 +16,29 @@ struct Stream
     int nOffset;
 };
 
-/// Copies one attribute of one vertex; fixed sizes let the compiler make each a register move.
-inline void CopyAttribute(unsigned char* pTo, const unsigned char* pFrom, int nBytes)
+/// Copies one attribute of nCount vertices into the interleaved array; a fixed size makes each
+/// copy a register move.
+template <size_t N>
+void CopyColumn(unsigned char* pTo, size_t nStride, const unsigned char* pFrom, size_t nCount)
+{
+    for (size_t v = 0; v < nCount; ++v, pTo += nStride, pFrom += N)
+        std::memcpy(pTo, pFrom, N);
+}
+
+void CopyColumn(int nBytes, unsigned char* pTo, size_t nStride, const unsigned char* pFrom, size_t nCount)
 {
     switch (nBytes)
     {
-    case 4: std::memcpy(pTo, pFrom, 4); break;
-    case 8: std::memcpy(pTo, pFrom, 8); break;
-    case 12: std::memcpy(pTo, pFrom, 12); break;
-    default: std::memcpy(pTo, pFrom, 16); break;
+    case 4: CopyColumn<4>(pTo, nStride, pFrom, nCount); break;
+    case 8: CopyColumn<8>(pTo, nStride, pFrom, nCount); break;
+    case 12: CopyColumn<12>(pTo, nStride, pFrom, nCount); break;
+    default: CopyColumn<16>(pTo, nStride, pFrom, nCount); break;
     }
 }
+
+/// Vertices interleaved at a time: one attribute after another over a block that stays in the
+/// first-level cache, so each inner loop is one fixed-size copy and the array is written once.
+const size_t kBlockVertices = 256;
 } // namespace
 
 int QelTightlyPackedBufferDef::NumVertices() const
@@ -126,20 +139,26 @@ void QelTightlyPackedBufferDef::FinishVertices()
         aStreams[nStreams++] = {reinterpret_cast<const unsigned char*>(m_vColors.data()), 4, l.m_nColorOffset};
 
     const size_t nStride = size_t(l.m_nVertexSize);
-    QelByteArray cVertices;
+    // Client arrays: the array of the last finish is interleaved into again when it is large
+    // enough, so a buffer refilled every frame writes memory it already has instead of faulting
+    // in a fresh block each time. With buffer objects it went once uploaded.
+    QelByteArray cVertices = std::move(m_cClientData);
     if ((long long)nStride * nVertices > kQelMaxBufferBytes || !cVertices.Resize(nStride * size_t(nVertices), false))
     {
+        m_cClientData = std::move(cVertices);
         ReportOutOfMemory("QelTightlyPackedBuffer::FinishVertices()", (long long)nStride * nVertices);
         return;
     }
-    unsigned char* pVertex = cVertices.Data();
-    for (int v = 0; v < nVertices; ++v, pVertex += nStride)
-        for (int s = 0; s < nStreams; ++s)
+    for (size_t v = 0; v < size_t(nVertices); v += kBlockVertices)
+    {
+        const size_t nCount = std::min(kBlockVertices, size_t(nVertices) - v);
+        for (int i = 0; i < nStreams; ++i)
         {
-            Stream& st = aStreams[s];
-            CopyAttribute(pVertex + st.nOffset, st.pSource, st.nBytes);
-            st.pSource += st.nBytes;
+            const Stream& st = aStreams[i];
+            CopyColumn(st.nBytes, cVertices.Data() + v * nStride + size_t(st.nOffset), nStride,
+                       st.pSource + v * size_t(st.nBytes), nCount);
         }
+    }
 
     static_cast<QelVertexLayout&>(*this) = l;
     StoreFinishedVertices(std::move(cVertices));
