@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -210,6 +211,33 @@ TEST(CColladaLoader, NumbersAreReadWhateverSplitsTheirText)
         SCOPED_TRACE(i);
         EXPECT_EQ(m.m_vPositions[m.m_vTriangles[i]], vExpected[kCorners[i]]);
     }
+}
+
+TEST(CColladaLoader, DecimalsNearAFloatMidpointRoundToTheNearerFloat)
+{
+    // Each word lies a hair past the midpoint between two floats, so close that its double is the
+    // midpoint itself: only the decimal's own digits give the nearer float.
+    const char* const kWords[] = {"76.13984298706054", "0.004332275828346610", "1"};
+    std::string strPositions;
+    for (const char* p : kWords)
+        strPositions += std::string(p) + " ";
+    const std::string strText = std::string(kHead) +
+        "<library_geometries><geometry id=\"g\"><mesh><source id=\"p\"><float_array id=\"pa\" count=\"9\">" +
+        strPositions + strPositions + strPositions +
+        "</float_array><technique_common><accessor source=\"#pa\" count=\"3\" stride=\"3\"/>"
+        "</technique_common></source><vertices id=\"v\"><input semantic=\"POSITION\" source=\"#p\"/></vertices>"
+        "<triangles count=\"1\"><input semantic=\"VERTEX\" source=\"#v\" offset=\"0\"/><p>0 1 2</p></triangles>"
+        "</mesh></geometry></library_geometries>" +
+        Scene("<node id=\"n\"><instance_geometry url=\"#g\"/></node>") + "</COLLADA>";
+    QelModelTempDir dir;
+    QelCapture cap;
+    QelModelData data;
+    ASSERT_TRUE(LoadText(dir, "midpoint.dae", strText, data));
+    ASSERT_EQ(data.m_vMeshes.size(), 1u);
+    ASSERT_FALSE(data.m_vMeshes[0].m_vPositions.empty());
+    const QelVec3& v = data.m_vMeshes[0].m_vPositions[0];
+    EXPECT_EQ(v.x, std::strtof(kWords[0], nullptr));
+    EXPECT_EQ(v.y, std::strtof(kWords[1], nullptr));
 }
 
 TEST(CColladaLoader, BadInputIsReportedWithFileAndLine)

@@ -39,12 +39,12 @@ bool IsGap(char c)
 bool FloatWord(const char* w, const char* e, std::vector<float>& v)
 {
     double d = 0.0;
-    if (QelFastNumber::Decimal(w, e, d))
+    float f = 0.0f;
+    if (QelFastNumber::Decimal(w, e, d) && QelFastNumber::ToFloat(d, f))
     {
-        v.push_back(float(d));
+        v.push_back(f);
         return true;
     }
-    float f = 0.0f;
     auto r = std::from_chars(*w == '+' ? w + 1 : w, e, f);
     if (r.ec == std::errc::invalid_argument || r.ptr != e)
         return false;
@@ -56,15 +56,17 @@ bool FloatWord(const char* w, const char* e, std::vector<float>& v)
 
 /// Reads the number starting at s, which ends at white space or at e; returns where it ended, or
 /// null when the word is not a number. Plain decimals are read in the same pass that finds their
-/// end, with the very result of QelFastNumber::Decimal; other forms go to FloatWord.
+/// end, with the very result of QelFastNumber::Decimal; other forms, and decimals whose double
+/// falls on a float midpoint, go to FloatWord.
 const char* FloatAt(const char* s, const char* e, std::vector<float>& v)
 {
-    double f = 0.0;
+    double d = 0.0;
+    float f = 0.0f;
     const char* w = s;
-    const char* q = QelFastNumber::DecimalPrefix(s, e, f);
-    if (q && (q == e || IsGap(*q)))
+    const char* q = QelFastNumber::DecimalPrefix(s, e, d);
+    if (q && (q == e || IsGap(*q)) && QelFastNumber::ToFloat(d, f))
     {
-        v.push_back(float(f));
+        v.push_back(f);
         return q;
     }
     while (s < e && !IsGap(*s))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 /// Plain decimals ("-12.5", "0.000123") as model files write them by the million, read exactly
 /// and fast. Anything else (exponents, more than 19 digits) is left to the general reader.
@@ -51,6 +52,23 @@ inline bool Decimal(const char* p, const char* e, double& f)
     if (DecimalPrefix(p, e, g) != e || p == e)
         return false;
     f = g;
+    return true;
+}
+
+/// d, a plain decimal rounded once to double, as the float nearest the decimal itself; false when
+/// d lies exactly halfway between two floats. Only there can the second rounding go wrong: the
+/// decimal may sit just off the midpoint on the side ties-to-even does not take, so its own
+/// digits must decide. Anywhere else no float midpoint separates the decimal from d. (Plain
+/// decimals of at most 19 digits are 0 or at least 1e-19, far above the subnormal floats, where
+/// midpoints sit at other bits.)
+inline bool ToFloat(double d, float& f)
+{
+    uint64_t nBits = 0;
+    std::memcpy(&nBits, &d, sizeof nBits);
+    // A double carries 29 more fraction bits than a float; a midpoint has exactly the top one.
+    if ((nBits & 0x1FFFFFFFull) == 0x10000000ull)
+        return false;
+    f = float(d);
     return true;
 }
 } // namespace QelFastNumber
