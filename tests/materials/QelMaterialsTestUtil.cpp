@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <string>
+#include <unistd.h>
 
 namespace qeltest
 {
@@ -98,7 +100,9 @@ std::vector<unsigned char> ReadFile(const std::string& strPath)
 std::string TestDir()
 {
     const testing::TestInfo* pInfo = testing::UnitTest::GetInstance()->current_test_info();
-    std::filesystem::path p = std::filesystem::path(testing::TempDir()) / "qel_materials" /
+    // The process id keeps two test runs on one machine (two builds, say) out of each other's files.
+    std::filesystem::path p = std::filesystem::path(testing::TempDir()) /
+                              ("qel_materials_" + std::to_string(::getpid())) /
                               (std::string(pInfo->test_suite_name()) + "." + pInfo->name());
     std::filesystem::remove_all(p);
     std::filesystem::create_directories(p);

@@ -1,6 +1,7 @@
 #include "tests/support/QelGLTest.h"
 #include "tests/support/QelTestApp.h"
 
+#include <unistd.h>
 #include <GL/glew.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -60,7 +61,7 @@ TEST(QelOffscreenGL, ResizesAndSavesTheFrameAsPng)
     glClear(GL_COLOR_BUFFER_BIT);
     glDisable(GL_SCISSOR_TEST);
 
-    const std::string strPath = ::testing::TempDir() + "qel_offscreen_frame.png";
+    const std::string strPath = ::testing::TempDir() + "qel_offscreen_frame_" + std::to_string(::getpid()) + ".png";
     ASSERT_TRUE(QelOffscreenContext::SavePng(strPath));
     const std::vector<unsigned char> vPng = ReadFile(strPath);
     ASSERT_GT(vPng.size(), 8u + 25 + 12 + 12);
