@@ -372,6 +372,30 @@ unsigned QelColladaXml::Line(const xmlNode* p)
     return n > 0 ? unsigned(n) : 0;
 }
 
+namespace
+{
+/// The words of an element's text and CDATA children read by fnAt into v, for elements whose
+/// numbers were not taken while the document was parsed. fnReserve is told each child's length.
+template <class T, class FnReserve>
+bool ReadTextWords(const xmlNode* p, std::vector<T>& v, FnReserve fnReserve,
+                   const char* (*fnAt)(const char*, const char*, std::vector<T>&))
+{
+    SWords words;
+    auto at = [&v, fnAt](const char* w, const char* e) { return fnAt(w, e, v); };
+    for (const xmlNode* c = p ? p->children : nullptr; c && !words.bBad; c = c->next)
+    {
+        if ((c->type != XML_TEXT_NODE && c->type != XML_CDATA_SECTION_NODE) || !c->content)
+            continue;
+        const char* s = reinterpret_cast<const char*>(c->content);
+        const size_t nLength = std::strlen(s);
+        fnReserve(nLength);
+        words.Feed(s, s + nLength, at);
+    }
+    words.Finish(at);
+    return !words.bBad;
+}
+} // namespace
+
 bool QelColladaXml::Floats(const xmlNode* p, std::vector<float>& v, size_t nExpected)
 {
     if (const SNumbers* pNumbers = NumbersOf(p))
@@ -379,13 +403,7 @@ bool QelColladaXml::Floats(const xmlNode* p, std::vector<float>& v, size_t nExpe
         v.insert(v.end(), pNumbers->vFloats.begin(), pNumbers->vFloats.end());
         return !pNumbers->bBad;
     }
-    SWords words;
-    for (const xmlNode* c = p ? p->children : nullptr; c && !words.bBad; c = c->next)
-    {
-        if ((c->type != XML_TEXT_NODE && c->type != XML_CDATA_SECTION_NODE) || !c->content)
-            continue;
-        const char* s = reinterpret_cast<const char*>(c->content);
-        const size_t nLength = std::strlen(s);
+    auto reserve = [&v, &nExpected](size_t nLength) {
         if (nExpected)
         {
             // The declared count is believed only as far as the text could hold it.
@@ -393,10 +411,8 @@ bool QelColladaXml::Floats(const xmlNode* p, std::vector<float>& v, size_t nExpe
             v.reserve(v.size() + (nExpected < nMost ? nExpected : nMost));
             nExpected = 0;
         }
-        words.Feed(s, s + nLength, [&v](const char* w, const char* e) { return FloatAt(w, e, v); });
-    }
-    words.Finish([&v](const char* w, const char* e) { return FloatAt(w, e, v); });
-    return !words.bBad;
+    };
+    return ReadTextWords(p, v, reserve, FloatAt);
 }
 
 bool QelColladaXml::Indices(const xmlNode* p, std::vector<uint32_t>& v)
@@ -406,19 +422,8 @@ bool QelColladaXml::Indices(const xmlNode* p, std::vector<uint32_t>& v)
         v.insert(v.end(), pNumbers->vIndices.begin(), pNumbers->vIndices.end());
         return !pNumbers->bBad;
     }
-    SWords words;
-    for (const xmlNode* c = p ? p->children : nullptr; c && !words.bBad; c = c->next)
-    {
-        if ((c->type != XML_TEXT_NODE && c->type != XML_CDATA_SECTION_NODE) || !c->content)
-            continue;
-        const char* s = reinterpret_cast<const char*>(c->content);
-        // Index lists are the bulk of a document: room is made once for the most the text can hold.
-        const size_t nLength = std::strlen(s);
-        v.reserve(v.size() + nLength / 2 + 1);
-        words.Feed(s, s + nLength, [&v](const char* w, const char* e) { return IndexAt(w, e, v); });
-    }
-    words.Finish([&v](const char* w, const char* e) { return IndexAt(w, e, v); });
-    return !words.bBad;
+    // Index lists are the bulk of a document: room is made once for the most the text can hold.
+    return ReadTextWords(p, v, [&v](size_t nLength) { v.reserve(v.size() + nLength / 2 + 1); }, IndexAt);
 }
 
 std::string QelColladaXml::Fragment(const std::string& strUrl)
