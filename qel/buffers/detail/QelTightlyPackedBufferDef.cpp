@@ -1,45 +1,11 @@
 #include "qel/buffers/detail/QelTightlyPackedBufferDef.h"
 
+#include "qel/buffers/detail/QelInterleave.h"
 #include "qel/framework/QelSysApp.h"
 
 #include <algorithm>
 #include <cstring>
 #include <new>
-
-namespace
-{
-/// One attribute's source during interleaving: nBytes per vertex from pSource to byte nOffset.
-struct Stream
-{
-    const unsigned char* pSource;
-    int nBytes;
-    int nOffset;
-};
-
-/// Copies one attribute of nCount vertices into the interleaved array; a fixed size makes each
-/// copy a register move.
-template <size_t N>
-void CopyColumn(unsigned char* pTo, size_t nStride, const unsigned char* pFrom, size_t nCount)
-{
-    for (size_t v = 0; v < nCount; ++v, pTo += nStride, pFrom += N)
-        std::memcpy(pTo, pFrom, N);
-}
-
-void CopyColumn(int nBytes, unsigned char* pTo, size_t nStride, const unsigned char* pFrom, size_t nCount)
-{
-    switch (nBytes)
-    {
-    case 4: CopyColumn<4>(pTo, nStride, pFrom, nCount); break;
-    case 8: CopyColumn<8>(pTo, nStride, pFrom, nCount); break;
-    case 12: CopyColumn<12>(pTo, nStride, pFrom, nCount); break;
-    default: CopyColumn<16>(pTo, nStride, pFrom, nCount); break;
-    }
-}
-
-/// Vertices interleaved at a time: one attribute after another over a block that stays in the
-/// first-level cache, so each inner loop is one fixed-size copy and the array is written once.
-const size_t kBlockVertices = 256;
-} // namespace
 
 int QelTightlyPackedBufferDef::NumVertices() const
 {
@@ -126,7 +92,7 @@ void QelTightlyPackedBufferDef::FinishVertices()
 
     QelVertexLayout l;
     l.Pack(m_nPositionCoords, m_nLayerCoords, m_nNormalCoords > 0, !m_vColors.empty());
-    Stream aStreams[kQelTextureLayers + 3];
+    QelInterleaveStream aStreams[kQelTextureLayers + 3];
     int nStreams = 0;
     aStreams[nStreams++] = {reinterpret_cast<const unsigned char*>(m_vPositions.data()), 4 * l.m_nVertexCoords, 0};
     for (int i = 0; i < kQelTextureLayers; ++i)
@@ -149,16 +115,7 @@ void QelTightlyPackedBufferDef::FinishVertices()
         ReportOutOfMemory("QelTightlyPackedBuffer::FinishVertices()", (long long)nStride * nVertices);
         return;
     }
-    for (size_t v = 0; v < size_t(nVertices); v += kBlockVertices)
-    {
-        const size_t nCount = std::min(kBlockVertices, size_t(nVertices) - v);
-        for (int i = 0; i < nStreams; ++i)
-        {
-            const Stream& st = aStreams[i];
-            CopyColumn(st.nBytes, cVertices.Data() + v * nStride + size_t(st.nOffset), nStride,
-                       st.pSource + v * size_t(st.nBytes), nCount);
-        }
-    }
+    QelInterleave::Interleave(aStreams, nStreams, cVertices.Data(), nStride, size_t(nVertices));
 
     static_cast<QelVertexLayout&>(*this) = l;
     StoreFinishedVertices(std::move(cVertices));
