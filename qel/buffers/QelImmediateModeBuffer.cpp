@@ -26,17 +26,27 @@ void QelImmediateModeBuffer::TexCoordSlow(const char* pName, unsigned int nLayer
     DefOf(Def()).TexCoord(pName, nLayer, pStrq, nCoords);
 }
 
-void QelImmediateModeBuffer::FirstNormal(float x, float y, float z)
+void QelImmediateModeBuffer::NormalSlow(float x, float y, float z)
 {
     const float n[3] = {x, y, z};
     DefOf(Def()).Normal(n);
 }
 
-void QelImmediateModeBuffer::FirstColor(uint32_t nRgba)
+void QelImmediateModeBuffer::ColorSlow(uint32_t nRgba)
 {
     const unsigned char rgba[4] = {(unsigned char)(nRgba & 0xFF), (unsigned char)((nRgba >> 8) & 0xFF),
                                    (unsigned char)((nRgba >> 16) & 0xFF), (unsigned char)((nRgba >> 24) & 0xFF)};
     DefOf(Def()).Color(rgba);
+}
+
+void QelImmediateModeBuffer::EmitPartial()
+{
+    DefOf(Def()).EmitPartial();
+}
+
+void QelImmediateModeBuffer::SlotFull()
+{
+    DefOf(Def()).SlotFull();
 }
 
 void QelImmediateModeBuffer::NullArray(const char* pName)

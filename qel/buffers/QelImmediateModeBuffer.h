@@ -13,9 +13,10 @@
 /// draw takes OpenGL's current value. FinishVertices packs position, used texture layers, normal
 /// and color into one interleaved vertex and uploads it.
 ///
-/// The per-vertex calls are inline: a host makes millions of them. Each writes into the current
-/// vertex, already in the stored layout, and a vertex is one copy of it into room made ahead;
-/// only an attribute's first use, a wider coordinate count, growth and refusals leave that path.
+/// The per-vertex calls are inline: a host makes millions of them. Each writes straight into the
+/// next vertex's place in the gathered array, already in the stored layout, and a vertex whose
+/// attributes were all set again costs no copy; only an attribute's first use, a wider coordinate
+/// count, growth and refusals leave that path.
 class QEL_EXPORT QelImmediateModeBuffer : public QelGeometryBuffer
 {
 public:
@@ -77,14 +78,15 @@ public:
     {
         QelImmediateModeCursor& c = Cursor();
         const int nAt = c.m_cLayout.m_nNormalOffset;
-        if (nAt >= 0)
+        if (nAt >= 0 && c.HasSlot())
         {
+            c.m_nSet |= QelImmediateModeCursor::kNormalBit;
             c.Put(nAt, x);
             c.Put(nAt + 4, y);
             c.Put(nAt + 8, z);
         }
         else
-            FirstNormal(x, y, z);
+            NormalSlow(x, y, z);
     }
     void Normalv(const float* pXyz)
     {
@@ -126,14 +128,17 @@ private:
         QelImmediateModeCursor& c = Cursor();
         // A position of N coordinates fits a layout of N or more; a three-coordinate one in a
         // four-coordinate layout gets w = 1.
-        if (c.m_pNext < c.m_pLimit && (N == 3 || c.m_cLayout.m_nVertexCoords == 4))
+        if (c.HasSlot() && (N == 3 || c.m_cLayout.m_nVertexCoords == 4))
         {
             c.Put(0, x);
             c.Put(4, y);
             c.Put(8, z);
             if (c.m_cLayout.m_nVertexCoords == 4)
                 c.Put(12, w);
-            c.Emit();
+            if (!c.EmitWhole())
+                EmitPartial();
+            else if (!c.HasSlot())
+                SlotFull();
         }
         else
         {
@@ -146,9 +151,10 @@ private:
     void SetTexCoord(const char* pName, unsigned int nLayer, float s, float t, float r, float q = 1.0f)
     {
         QelImmediateModeCursor& c = Cursor();
-        if (nLayer < unsigned(kQelTextureLayers) && c.m_cLayout.m_nTexCoords[nLayer] == N)
+        if (nLayer < unsigned(kQelTextureLayers) && c.m_cLayout.m_nTexCoords[nLayer] == N && c.HasSlot())
         {
             const int nAt = c.m_cLayout.m_nTexCoordOffsets[nLayer];
+            c.m_nSet |= uint16_t(1u << nLayer);
             c.Put(nAt, s);
             if (N > 1)
                 c.Put(nAt + 4, t);
@@ -167,10 +173,13 @@ private:
     void SetColor(uint32_t nRgba)
     {
         QelImmediateModeCursor& c = Cursor();
-        if (c.m_cLayout.m_nColorOffset >= 0)
+        if (c.m_cLayout.m_nColorOffset >= 0 && c.HasSlot())
+        {
+            c.m_nSet |= QelImmediateModeCursor::kColorBit;
             c.PutColor(c.m_cLayout.m_nColorOffset, nRgba);
+        }
         else
-            FirstColor(nRgba);
+            ColorSlow(nRgba);
     }
 
     // The paths out of line: layout changes, growth of the gathered array, and refusals.
@@ -180,7 +189,12 @@ private:
     /// Sets a layer's coordinates from pStrq (4 floats, defaults filled) after checking the
     /// layer and raising its count to nCoords.
     void TexCoordSlow(const char* pName, unsigned int nLayer, const float* pStrq, int nCoords);
-    void FirstNormal(float x, float y, float z);
-    void FirstColor(uint32_t nRgba);
+    void NormalSlow(float x, float y, float z);
+    void ColorSlow(uint32_t nRgba);
+    /// Emits the slot's vertex, whose position is set, taking the attributes not set in it from
+    /// the vertex before.
+    void EmitPartial();
+    /// The array has no room for the next slot: the current vertex moves out of the array.
+    void SlotFull();
     static void NullArray(const char* pName);
 };

@@ -38,27 +38,33 @@ int QelImmediateModeBufferDef::NumVertices() const
 void QelImmediateModeBufferDef::UpdateLimit()
 {
     QelImmediateModeCursor& c = m_cCursor;
-    const size_t nStride = size_t(c.m_cLayout.m_nVertexSize);
+    const size_t nRoom = Room(size_t(c.m_cLayout.m_nVertexSize));
     const size_t nUsed = Used();
-    if (c.m_cLayout.m_nVertexCoords > 0 && m_cGathered.Data() && nUsed + nStride <= m_cGathered.Capacity())
-        c.m_pLimit = m_cGathered.Data() + (m_cGathered.Capacity() - nStride + 1);
+    if (c.m_cLayout.m_nVertexCoords > 0 && m_cGathered.Data() && nUsed + nRoom <= m_cGathered.Capacity())
+        c.m_pLimit = m_cGathered.Data() + (m_cGathered.Capacity() - nRoom + 1);
     else
         c.m_pLimit = c.m_pNext; // no room: the next vertex takes the slow path
+}
+
+size_t QelImmediateModeBufferDef::Room(size_t nStride)
+{
+    return std::max(nStride, size_t(QelImmediateModeCursor::kShortCopyBytes));
 }
 
 bool QelImmediateModeBufferDef::MakeRoom()
 {
     const size_t nStride = size_t(m_cCursor.m_cLayout.m_nVertexSize);
+    const size_t nRoom = Room(nStride);
     const size_t nUsed = Used();
-    if (nUsed + nStride <= m_cGathered.Capacity())
+    if (nUsed + nRoom <= m_cGathered.Capacity())
         return true;
     // The array keeps its bytes across the move; it grows by half again so that growth stays rare,
     // and a fresh one (after FinishVertices) takes the capacity hint again.
-    size_t nWant = std::max(nUsed + nStride, m_cGathered.Capacity() + m_cGathered.Capacity() / 2 + 64);
+    size_t nWant = std::max(nUsed + nRoom, m_cGathered.Capacity() + m_cGathered.Capacity() / 2 + 64);
     if (nUsed == 0 && (long long)m_nCapacity * (long long)nStride <= kQelMaxBufferBytes)
-        nWant = std::max(nWant, size_t(m_nCapacity) * nStride);
+        nWant = std::max(nWant, size_t(m_nCapacity) * nStride + nRoom);
     if ((long long)(nUsed + nStride) > kQelMaxBufferBytes || !m_cGathered.Resize(nUsed, false) ||
-        !m_cGathered.Reserve(std::min(nWant, size_t(kQelMaxBufferBytes))))
+        !m_cGathered.Reserve(std::min(nWant, size_t(kQelMaxBufferBytes) + nRoom)))
     {
         if (!m_bOutOfMemory)
             QelSysApp::App().PrintToConsole(
@@ -107,7 +113,7 @@ bool QelImmediateModeBufferDef::Relayout()
     // The capacity is reserved once the first vertex fixes most of the layout, not at every
     // attribute's first use before it, each of which would allocate the whole block anew.
     const size_t nCapacity = lNew.m_nVertexCoords > 0 && (long long)m_nCapacity * (long long)nStride <= kQelMaxBufferBytes
-                                 ? size_t(m_nCapacity) * nStride
+                                 ? size_t(m_nCapacity) * nStride + Room(nStride)
                                  : 0;
     if (nGathered > 0)
     {
@@ -137,12 +143,83 @@ bool QelImmediateModeBufferDef::Relayout()
     Repack(c.Bytes(), lOld, nCurrent, lNew);
     std::memcpy(c.Bytes(), nCurrent, sizeof(nCurrent));
     c.m_cLayout = lNew;
+    c.m_nAll = 0;
+    for (int i = 0; i < kQelTextureLayers; ++i)
+        if (lNew.m_nTexCoordOffsets[i] >= 0)
+            c.m_nAll |= uint16_t(1u << i);
+    if (lNew.m_nNormalOffset >= 0)
+        c.m_nAll |= QelImmediateModeCursor::kNormalBit;
+    if (lNew.m_nColorOffset >= 0)
+        c.m_nAll |= QelImmediateModeCursor::kColorBit;
     UpdateLimit();
     return true;
 }
 
+const unsigned char* QelImmediateModeBufferDef::Previous()
+{
+    const QelImmediateModeCursor& c = m_cCursor;
+    return c.m_pNext > m_cGathered.Data() ? c.m_pNext - c.m_cLayout.m_nVertexSize : m_cCursor.Bytes();
+}
+
+void QelImmediateModeBufferDef::CopyAttributes(const unsigned char* pFrom, unsigned char* pTo, unsigned nMask) const
+{
+    const QelVertexLayout& l = m_cCursor.m_cLayout;
+    for (int i = 0; i < kQelTextureLayers; ++i)
+        if ((nMask >> i) & 1u)
+            std::memcpy(pTo + l.m_nTexCoordOffsets[i], pFrom + l.m_nTexCoordOffsets[i], 4 * size_t(l.m_nTexCoords[i]));
+    if (nMask & QelImmediateModeCursor::kNormalBit)
+        std::memcpy(pTo + l.m_nNormalOffset, pFrom + l.m_nNormalOffset, 12);
+    if (nMask & QelImmediateModeCursor::kColorBit)
+        std::memcpy(pTo + l.m_nColorOffset, pFrom + l.m_nColorOffset, 4);
+}
+
+void QelImmediateModeBufferDef::Sync()
+{
+    QelImmediateModeCursor& c = m_cCursor;
+    if (!c.HasSlot())
+        return;
+    const size_t nStride = size_t(c.m_cLayout.m_nVertexSize);
+    if (c.m_nSet != c.m_nAll)
+    {
+        std::memmove(c.Bytes(), Previous(), nStride);
+        CopyAttributes(c.m_pNext, c.Bytes(), c.m_nSet);
+    }
+    else
+        std::memcpy(c.Bytes(), c.m_pNext, nStride);
+}
+
+void QelImmediateModeBufferDef::Restore()
+{
+    QelImmediateModeCursor& c = m_cCursor;
+    if (!c.HasSlot())
+        return;
+    std::memcpy(c.m_pNext, c.Bytes(), size_t(c.m_cLayout.m_nVertexSize));
+    c.m_nSet = c.m_nAll;
+}
+
+void QelImmediateModeBufferDef::EmitPartial()
+{
+    QelImmediateModeCursor& c = m_cCursor;
+    CopyAttributes(Previous(), c.m_pNext, c.m_nAll & ~unsigned(c.m_nSet));
+    c.m_pNext += c.m_cLayout.m_nVertexSize;
+    c.m_nSet = 0;
+    if (!c.HasSlot())
+        SlotFull();
+}
+
+void QelImmediateModeBufferDef::SlotFull()
+{
+    QelImmediateModeCursor& c = m_cCursor;
+    std::memcpy(c.Bytes(), Previous(), size_t(c.m_cLayout.m_nVertexSize));
+    c.m_pLimit = c.m_pNext;
+}
+
+// Each path below works on the current vertex in the cursor's words: Sync brings it there from
+// the slot, Restore puts it back into the slot of the array as it is afterwards.
+
 void QelImmediateModeBufferDef::Vertex(const float* pXyzw, int nCoords)
 {
+    Sync();
     if (nCoords > m_nMaxCoordSize)
     {
         m_nMaxCoordSize = nCoords;
@@ -151,17 +228,18 @@ void QelImmediateModeBufferDef::Vertex(const float* pXyzw, int nCoords)
     QelImmediateModeCursor& c = m_cCursor;
     const int nHave = c.m_cLayout.m_nVertexCoords;
     if (nHave == 0)
-        return; // the first vertex's layout could not be made; reported already
+        return Restore(); // the first vertex's layout could not be made; reported already
     const float xyzw[4] = {pXyzw[0], pXyzw[1], pXyzw[2], nCoords == 4 ? pXyzw[3] : 1.0f};
     std::memcpy(c.Bytes(), xyzw, 4 * size_t(nHave));
     if (MakeRoom())
-        c.Emit();
+        c.EmitWords(); // the current vertex stays in the words while the array has no slot
 }
 
 void QelImmediateModeBufferDef::TexCoord(const char* pName, unsigned int nLayer, const float* pStrq, int nCoords)
 {
     if (!LayerInRange(pName, nLayer))
         return;
+    Sync();
     if (nCoords > m_nLayerCoords[nLayer])
     {
         m_bLayerUsed[nLayer] = true;
@@ -171,10 +249,12 @@ void QelImmediateModeBufferDef::TexCoord(const char* pName, unsigned int nLayer,
     const QelVertexLayout& l = m_cCursor.m_cLayout;
     if (l.m_nTexCoordOffsets[nLayer] >= 0) // else a relayout failed, reported already
         std::memcpy(m_cCursor.Bytes() + l.m_nTexCoordOffsets[nLayer], pStrq, 4 * size_t(l.m_nTexCoords[nLayer]));
+    Restore();
 }
 
 void QelImmediateModeBufferDef::Normal(const float* pXyz)
 {
+    Sync();
     if (!m_bNormalUsed)
     {
         m_bNormalUsed = true;
@@ -183,10 +263,12 @@ void QelImmediateModeBufferDef::Normal(const float* pXyz)
     const QelVertexLayout& l = m_cCursor.m_cLayout;
     if (l.m_nNormalOffset >= 0)
         std::memcpy(m_cCursor.Bytes() + l.m_nNormalOffset, pXyz, 12);
+    Restore();
 }
 
 void QelImmediateModeBufferDef::Color(const unsigned char* pRgba)
 {
+    Sync();
     if (!m_bColorUsed)
     {
         m_bColorUsed = true;
@@ -195,10 +277,12 @@ void QelImmediateModeBufferDef::Color(const unsigned char* pRgba)
     const QelVertexLayout& l = m_cCursor.m_cLayout;
     if (l.m_nColorOffset >= 0)
         std::memcpy(m_cCursor.Bytes() + l.m_nColorOffset, pRgba, 4);
+    Restore();
 }
 
 void QelImmediateModeBufferDef::FinishVertices()
 {
+    Sync(); // the current vertex outlives the gathered array
     const QelVertexLayout& l = m_cCursor.m_cLayout;
     const int nGathered = Gathered();
     if (m_nMaxCoordSize < 1)

@@ -24,13 +24,28 @@ public:
     void TexCoord(const char* pName, unsigned int nLayer, const float* pStrq, int nCoords);
     void Normal(const float* pXyz);
     void Color(const unsigned char* pRgba);
+    /// Emits the slot's vertex, taking the attributes not set in it from the vertex before.
+    void EmitPartial();
+    /// Called when the array has no room for the next slot: the current vertex, the last one
+    /// emitted, moves to the cursor's words until the next vertex grows the array.
+    void SlotFull();
 
 private:
     /// Bytes gathered so far.
     size_t Used() const;
     int Gathered() const;
+    /// Brings the current vertex into the cursor's words, where the out-of-line paths change it.
+    void Sync();
+    /// Puts the current vertex from the cursor's words into the slot, if there is one.
+    void Restore();
+    /// Where the attributes not set in the slot come from: the vertex before it.
+    const unsigned char* Previous();
+    /// Copies the attributes of nMask (m_nSet's bits) of one vertex to another of the same layout.
+    void CopyAttributes(const unsigned char* pFrom, unsigned char* pTo, unsigned nMask) const;
     /// Sets where the inline path must stop, from the room the gathered array has.
     void UpdateLimit();
+    /// Bytes an emitted vertex of nStride bytes may write: the short copy's run at least.
+    static size_t Room(size_t nStride);
     /// Makes room for one more vertex and the spare bytes of the chunked copy.
     bool MakeRoom();
     /// Gives the current vertex and every gathered one the layout of the attributes used so far.
