@@ -78,7 +78,7 @@ public:
     {
         QelImmediateModeCursor& c = Cursor();
         const int nAt = c.m_cLayout.m_nNormalOffset;
-        if (nAt >= 0 && c.HasSlot())
+        if (nAt >= 0)
         {
             c.m_nSet |= QelImmediateModeCursor::kNormalBit;
             c.Put(nAt, x);
@@ -151,7 +151,7 @@ private:
     void SetTexCoord(const char* pName, unsigned int nLayer, float s, float t, float r, float q = 1.0f)
     {
         QelImmediateModeCursor& c = Cursor();
-        if (nLayer < unsigned(kQelTextureLayers) && c.m_cLayout.m_nTexCoords[nLayer] == N && c.HasSlot())
+        if (nLayer < unsigned(kQelTextureLayers) && c.m_cLayout.m_nTexCoords[nLayer] == N)
         {
             const int nAt = c.m_cLayout.m_nTexCoordOffsets[nLayer];
             c.m_nSet |= uint16_t(1u << nLayer);
@@ -173,7 +173,7 @@ private:
     void SetColor(uint32_t nRgba)
     {
         QelImmediateModeCursor& c = Cursor();
-        if (c.m_cLayout.m_nColorOffset >= 0 && c.HasSlot())
+        if (c.m_cLayout.m_nColorOffset >= 0)
         {
             c.m_nSet |= QelImmediateModeCursor::kColorBit;
             c.PutColor(c.m_cLayout.m_nColorOffset, nRgba);

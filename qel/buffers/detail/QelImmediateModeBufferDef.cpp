@@ -16,11 +16,13 @@ QelImmediateModeBufferDef::QelImmediateModeBufferDef(QelGeometryBuffer* pOwner, 
     : QelGeometryBufferDef(pOwner), m_nCapacity(nCapacity > 0 ? nCapacity : 0)
 {
     m_pInlineState = &m_cCursor;
+    SetEnd(0);
 }
 
 size_t QelImmediateModeBufferDef::Used() const
 {
-    return m_cCursor.m_pNext ? size_t(m_cCursor.m_pNext - m_cGathered.Data()) : 0;
+    return m_cCursor.HasSlot() || m_cCursor.m_pNext != m_cCursor.Bytes() ? size_t(m_cCursor.m_pNext - m_cGathered.Data())
+                                                                          : m_nScratchUsed;
 }
 
 int QelImmediateModeBufferDef::Gathered() const
@@ -35,15 +37,23 @@ int QelImmediateModeBufferDef::NumVertices() const
     return nGathered > 0 ? nGathered : m_nFinished;
 }
 
-void QelImmediateModeBufferDef::UpdateLimit()
+void QelImmediateModeBufferDef::SetEnd(size_t nUsed)
 {
     QelImmediateModeCursor& c = m_cCursor;
-    const size_t nRoom = Room(size_t(c.m_cLayout.m_nVertexSize));
-    const size_t nUsed = Used();
-    if (c.m_cLayout.m_nVertexCoords > 0 && m_cGathered.Data() && nUsed + nRoom <= m_cGathered.Capacity())
-        c.m_pLimit = m_cGathered.Data() + (m_cGathered.Capacity() - nRoom + 1);
+    const bool bRoom = c.m_cLayout.m_nVertexCoords > 0 && m_cGathered.Data() &&
+                       nUsed + Room(size_t(c.m_cLayout.m_nVertexSize)) <= m_cGathered.Capacity();
+    if (bRoom)
+    {
+        c.m_pNext = m_cGathered.Data() + nUsed;
+        c.m_pLimit = m_cGathered.Data() + (m_cGathered.Capacity() - Room(size_t(c.m_cLayout.m_nVertexSize)) + 1);
+    }
     else
-        c.m_pLimit = c.m_pNext; // no room: the next vertex takes the slow path
+    {
+        c.m_pNext = c.Bytes();
+        c.m_pLimit = nullptr;
+        c.m_nSet = c.m_nAll;
+        m_nScratchUsed = nUsed;
+    }
 }
 
 size_t QelImmediateModeBufferDef::Room(size_t nStride)
@@ -57,7 +67,10 @@ bool QelImmediateModeBufferDef::MakeRoom()
     const size_t nRoom = Room(nStride);
     const size_t nUsed = Used();
     if (nUsed + nRoom <= m_cGathered.Capacity())
+    {
+        SetEnd(nUsed);
         return true;
+    }
     // The array keeps its bytes across the move; it grows by half again so that growth stays rare,
     // and a fresh one (after FinishVertices) takes the capacity hint again.
     size_t nWant = std::max(nUsed + nRoom, m_cGathered.Capacity() + m_cGathered.Capacity() / 2 + 64);
@@ -73,8 +86,7 @@ bool QelImmediateModeBufferDef::MakeRoom()
         m_bOutOfMemory = true;
         return false;
     }
-    m_cCursor.m_pNext = m_cGathered.Data() + nUsed;
-    UpdateLimit();
+    SetEnd(nUsed);
     return true;
 }
 
@@ -131,15 +143,13 @@ bool QelImmediateModeBufferDef::Relayout()
             Repack(m_cGathered.Data() + size_t(v) * size_t(lOld.m_nVertexSize), lOld, cNew.Data() + size_t(v) * nStride,
                    lNew);
         m_cGathered = std::move(cNew);
-        c.m_pNext = m_cGathered.Data() + nBytes;
     }
     else
     {
         m_cGathered.Resize(0, false);
         m_cGathered.Reserve(nCapacity);
-        c.m_pNext = m_cGathered.Data();
     }
-    unsigned char nCurrent[sizeof(c.m_nWords)] = {};
+    unsigned char nCurrent[sizeof(c.m_nCurrent)] = {};
     Repack(c.Bytes(), lOld, nCurrent, lNew);
     std::memcpy(c.Bytes(), nCurrent, sizeof(nCurrent));
     c.m_cLayout = lNew;
@@ -151,7 +161,7 @@ bool QelImmediateModeBufferDef::Relayout()
         c.m_nAll |= QelImmediateModeCursor::kNormalBit;
     if (lNew.m_nColorOffset >= 0)
         c.m_nAll |= QelImmediateModeCursor::kColorBit;
-    UpdateLimit();
+    SetEnd(size_t(nGathered) * nStride);
     return true;
 }
 
@@ -211,7 +221,7 @@ void QelImmediateModeBufferDef::SlotFull()
 {
     QelImmediateModeCursor& c = m_cCursor;
     std::memcpy(c.Bytes(), Previous(), size_t(c.m_cLayout.m_nVertexSize));
-    c.m_pLimit = c.m_pNext;
+    SetEnd(Used());
 }
 
 // Each path below works on the current vertex in the cursor's words: Sync brings it there from
@@ -231,8 +241,11 @@ void QelImmediateModeBufferDef::Vertex(const float* pXyzw, int nCoords)
         return Restore(); // the first vertex's layout could not be made; reported already
     const float xyzw[4] = {pXyzw[0], pXyzw[1], pXyzw[2], nCoords == 4 ? pXyzw[3] : 1.0f};
     std::memcpy(c.Bytes(), xyzw, 4 * size_t(nHave));
-    if (MakeRoom())
-        c.EmitWords(); // the current vertex stays in the words while the array has no slot
+    if (!MakeRoom())
+        return;
+    c.EmitWords();
+    if (!c.HasSlot())
+        SlotFull();
 }
 
 void QelImmediateModeBufferDef::TexCoord(const char* pName, unsigned int nLayer, const float* pStrq, int nCoords)
@@ -303,8 +316,7 @@ void QelImmediateModeBufferDef::FinishVertices()
     m_cGathered.Resize(Used(), false);
     StoreFinishedVertices(std::move(m_cGathered));
     m_cGathered.Release();
-    m_cCursor.m_pNext = nullptr;
-    UpdateLimit();
+    SetEnd(0);
     m_nFinished = nGathered;
 }
 
@@ -320,5 +332,6 @@ void QelImmediateModeBufferDef::Clear()
     m_bNormalUsed = m_bColorUsed = m_bOutOfMemory = false;
     m_nMaxCoordSize = 0;
     m_cGathered.Release();
+    SetEnd(0);
     m_nFinished = 0;
 }

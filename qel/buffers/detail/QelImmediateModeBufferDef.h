@@ -42,8 +42,9 @@ private:
     const unsigned char* Previous();
     /// Copies the attributes of nMask (m_nSet's bits) of one vertex to another of the same layout.
     void CopyAttributes(const unsigned char* pFrom, unsigned char* pTo, unsigned nMask) const;
-    /// Sets where the inline path must stop, from the room the gathered array has.
-    void UpdateLimit();
+    /// Puts the slot after nUsed gathered bytes when the array has room for it, and in the cursor's
+    /// current vertex otherwise.
+    void SetEnd(size_t nUsed);
     /// Bytes an emitted vertex of nStride bytes may write: the short copy's run at least.
     static size_t Room(size_t nStride);
     /// Makes room for one more vertex and the spare bytes of the chunked copy.
@@ -64,6 +65,7 @@ private:
 
     /// The gathered vertices; its size is brought up to the cursor only where it is read.
     QelByteArray m_cGathered;
+    size_t m_nScratchUsed = 0; ///< bytes gathered while the slot is the cursor's current vertex
     int m_nFinished = 0; ///< vertices at the last FinishVertices, once the gathered ones were handed over
     bool m_bOutOfMemory = false;
 };

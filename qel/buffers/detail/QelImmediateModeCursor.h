@@ -9,7 +9,8 @@
 /// What the inline calls of QelImmediateModeBuffer touch for every vertex. While the gathered
 /// array has room, the setters write straight into the next vertex's place in it (the slot) and
 /// mark what they wrote; a vertex whose attributes were all set again is emitted by moving past
-/// the slot, and only the attributes left unset are copied from the vertex before it. Hosts
+/// the slot, and only the attributes left unset are copied from the vertex before it. Without
+/// room the slot is the cursor's own current vertex, so the setters never check for room. Hosts
 /// compile those calls against this layout, so a change to it is a change of the library's
 /// binary interface.
 struct QelImmediateModeCursor
@@ -20,13 +21,17 @@ struct QelImmediateModeCursor
     /// words; the gathered array keeps that many bytes of room past the slot.
     static constexpr int kShortCopyBytes = 48;
     /// The mark of each attribute in m_nSet: texture layer i is bit i.
+    ///@{
     static constexpr uint16_t kNormalBit = 1u << kQelTextureLayers;
     static constexpr uint16_t kColorBit = 2u << kQelTextureLayers;
+    ///@}
 
-    /// The slot: where the next vertex goes in the gathered array.
+    /// The slot: where the next vertex goes in the gathered array, or m_nCurrent while the array
+    /// has no room for it.
     unsigned char* m_pNext = nullptr;
-    /// The slot may be written while m_pNext lies below this: then the array has room for it and
-    /// the short copy's run. Null while there is no array, so such calls take the out-of-line path.
+    /// m_pNext lies below this while it is in the gathered array and the array has room for the
+    /// slot and the short copy's run; null while the slot is m_nCurrent, so that a vertex takes
+    /// the out-of-line path.
     unsigned char* m_pLimit = nullptr;
     /// Attributes written into the slot since it was started. Those not set are the previous
     /// vertex's, which the array then holds right before the slot.
@@ -35,16 +40,21 @@ struct QelImmediateModeCursor
     uint16_t m_nAll = 0;
     /// Layout of the gathered vertices and of the current one.
     QelVertexLayout m_cLayout;
-    /// The current vertex while there is no slot, and where the out-of-line paths work on it, in
-    /// 32-bit words: position in front, the current attributes at their offsets.
-    uint32_t m_nWords[kMaxVertexBytes / 4] = {};
+    /// The current vertex while the slot is not in the array, and where the out-of-line paths
+    /// work on it: position in front, the current attributes at their offsets. Raw storage, as
+    /// the gathered array is, written through the same float and 32-bit pointers.
+    alignas(16) unsigned char m_nCurrent[kMaxVertexBytes] = {};
 
-    unsigned char* Bytes() { return reinterpret_cast<unsigned char*>(m_nWords); }
-    bool HasSlot() const { return m_pNext < m_pLimit; }
+    /// The current vertex's bytes.
+    ///@{
+    unsigned char* Bytes() { return m_nCurrent; }
+    const unsigned char* Bytes() const { return m_nCurrent; }
+    ///@}
+    /// True while the slot is in the gathered array.
+    bool HasSlot() const { return uintptr_t(m_pNext) < uintptr_t(m_pLimit); }
 
     // The slot is written through float and 32-bit pointers, never unsigned char: a store through
-    // unsigned char may change anything, and the compiler would reload the cursor after each one,
-    // m_nSet included, instead of keeping it in a register for the whole vertex.
+    // unsigned char may change anything, and the compiler would reload the cursor after each one.
 
     /// Stores a float into the slot.
     void Put(int nOffset, float f) { reinterpret_cast<float*>(m_pNext + nOffset)[0] = f; }
@@ -62,13 +72,12 @@ struct QelImmediateModeCursor
     {
         if (m_nSet != m_nAll)
             return false;
-
         m_pNext += m_cLayout.m_nVertexSize;
         m_nSet = 0;
         return true;
     }
 
-    /// Appends the current vertex of m_nWords at the slot and moves past it; the caller has
+    /// Appends the current vertex of m_nCurrent at the slot and moves past it; the caller has
     /// checked HasSlot(). The copy goes word by word: a wider load across several pending stores
     /// waits for all of them to reach the cache, which costs more than the copy itself.
     void EmitWords()
@@ -83,7 +92,7 @@ struct QelImmediateModeCursor
             for (; i + 8 <= nSize; i += 8)
                 CopyWords<2>(pTo + i, i / 4);
             if (i < nSize)
-                std::memcpy(pTo + i, &m_nWords[i / 4], 4);
+                std::memcpy(pTo + i, m_nCurrent + i, 4);
         }
         m_pNext = pTo + nSize;
         m_nSet = 0;
@@ -95,7 +104,9 @@ struct QelImmediateModeCursor
     {
         for (int i = 0; i < N; i += 2)
         {
-            uint32_t nWord0 = m_nWords[nFirst + size_t(i)], nWord1 = m_nWords[nFirst + size_t(i) + 1];
+            uint32_t nWord0, nWord1;
+            std::memcpy(&nWord0, m_nCurrent + 4 * (nFirst + size_t(i)), 4);
+            std::memcpy(&nWord1, m_nCurrent + 4 * (nFirst + size_t(i)) + 4, 4);
 #if defined(__GNUC__)
             __asm__("" : "+r"(nWord0), "+r"(nWord1)); // keeps the compiler from widening the loads again
 #endif
