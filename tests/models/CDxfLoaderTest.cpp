@@ -159,6 +159,33 @@ TEST(CDxfLoader, CurvesBecomeLineSegmentsAndPointsStayPoints)
         EXPECT_NEAR(m.m_vPositions[i].Magnitude(), 2.0f, 1e-5f) << i;
 }
 
+// A bulge turns the segment after its vertex into an arc: 1 is a half circle counterclockwise,
+// -1 clockwise; the closing segment of a closed polyline bends too.
+TEST(CDxfLoader, BulgesBendSegmentsIntoArcs)
+{
+    const std::string strText = Drawing(
+        G(0, "LWPOLYLINE") + G(8, "0") + G(90, "2") + G(10, 0.0) + G(20, 0.0) + G(42, 1.0) + G(10, 2.0) + G(20, 0.0) +
+        G(0, "POLYLINE") + G(8, "0") + G(66, "1") + G(70, "1") + G(0, "VERTEX") + G(8, "0") + P(0, 10, 0, 0) +
+        G(42, -1.0) + G(0, "VERTEX") + G(8, "0") + P(0, 12, 0, 0) + G(42, -1.0) + G(0, "SEQEND"));
+    QelModelTempDir dir;
+    QelCapture cap;
+    QelModelData data;
+    ASSERT_TRUE(LoadText(dir, "bulges.dxf", strText, data));
+    EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
+    // Half circle: 18 segments; the closed one: two half circles.
+    EXPECT_EQ(data.NumLines(), 18u + 36u);
+    const QelModelMesh& m = data.m_vMeshes[0];
+    ASSERT_EQ(m.NumVertices(), 19u + 36u);
+    for (size_t i = 0; i < 19; ++i)
+        EXPECT_NEAR((m.m_vPositions[i] - QelVec3(1, 0, 0)).Magnitude(), 1.0f, 1e-5f) << i;
+    for (size_t i = 19; i < m.NumVertices(); ++i)
+        EXPECT_NEAR((m.m_vPositions[i] - QelVec3(11, 0, 0)).Magnitude(), 1.0f, 1e-5f) << i;
+    // Counterclockwise from (0, 0) to (2, 0) passes below the chord; clockwise from (10, 0) above it.
+    ExpectNear(m.m_vPositions[9], QelVec3(1, -1, 0));
+    ExpectNear(m.m_vPositions[19 + 9], QelVec3(11, 1, 0));
+    EXPECT_EQ(data.m_cBounds, QelBox3(QelVec3(0, -1, 0), QelVec3(12, 1, 0)));
+}
+
 TEST(CDxfLoader, LayersAndColorIndexGiveMaterialsAndVertexColors)
 {
     const std::string strTables =
@@ -270,6 +297,26 @@ TEST(CDxfLoader, InsertsPlaceNestedBlocksByBasePointScaleRotationAndExtrusion)
     ExpectNear(m.m_vPositions[41], QelVec3(21, 0, 0));
     ExpectNear(m.m_vPositions[42], QelVec3(20, 5, 0));
     ExpectNear(m.m_vPositions[43], QelVec3(21, 5, 0));
+}
+
+// MINSERT repeats its block in columns and rows, spaced along the insert's turned axes.
+TEST(CDxfLoader, InsertsRepeatInColumnsAndRows)
+{
+    const std::string strText = Drawing(G(0, "MINSERT") + G(2, "Arrow") + G(8, "0") + P(0, 0, 0, 0) + G(50, 90.0) +
+                                            G(70, "2") + G(71, "3") + G(44, 10.0) + G(45, 20.0),
+                                        Section("BLOCKS", Block("Arrow", 1, 0, Line(1, 0, 2, 0))));
+    QelModelTempDir dir;
+    QelCapture cap;
+    QelModelData data;
+    ASSERT_TRUE(LoadText(dir, "array.dxf", strText, data));
+    EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
+    ASSERT_EQ(data.NumLines(), 6u);
+    const QelModelMesh& m = data.m_vMeshes[0];
+    // Row 2, column 1: (10, 40) along the turned axes is (-40, 10).
+    ExpectNear(m.m_vPositions[10], QelVec3(-40, 10, 0));
+    ExpectNear(m.m_vPositions[11], QelVec3(-40, 11, 0));
+    ExpectNear(data.m_cBounds.m_vecMin, QelVec3(-40, 0, 0));
+    ExpectNear(data.m_cBounds.m_vecMax, QelVec3(0, 11, 0));
 }
 
 TEST(CDxfLoader, HeaderUnitScalesTheRootNode)
@@ -450,6 +497,19 @@ TEST(CDxfLoader, BlocksThatMultiplyStopAtALimit)
               "<error> CDxfLoader - [bomb] inserted blocks make more than 100000 vertices; the remaining inserts are skipped\n");
     EXPECT_GT(data.NumVertices(), 100000u);
     EXPECT_LT(data.NumVertices(), 100010u);
+
+    // An array of 65,535 columns by a billion rows of an empty block: each copy counts.
+    const std::string strArray = Drawing(G(0, "MINSERT") + G(2, "Empty") + G(8, "0") + P(0, 0, 0, 0) +
+                                             G(70, "65535") + G(71, "1000000000"),
+                                         Section("BLOCKS", Block("Empty", 0, 0, "")));
+    QelCapture capArray;
+    QelModelData dataArray;
+    t0 = std::chrono::steady_clock::now();
+    EXPECT_FALSE(CDxfLoader::LoadFromMemory(strArray.data(), strArray.size(), "array", dataArray));
+    EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count(), 10.0);
+    EXPECT_EQ(capArray.Joined(),
+              "<error> CDxfLoader - [array] inserted blocks make more than 100000 vertices; the remaining inserts are skipped\n"
+              "<error> CDxfLoader - [array] draws no faces, lines or points\n");
 }
 
 TEST(CDxfLoader, FilesThatCannotBeReadAreReported)

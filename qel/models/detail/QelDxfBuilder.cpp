@@ -11,6 +11,7 @@
 namespace
 {
 const double kDegrees = 0.017453292519943295;
+const double kPi = 3.14159265358979323846;
 
 std::string UpperKey(const char* p, size_t n)
 {
@@ -194,8 +195,10 @@ void QelDxfBuilder::PolylineEntity(QelModelMesh& m, const QelDxfEntity& e, const
     const bool b3D = e.eType == QelDxfEntity::ePolyline && (e.nFlags & 8);
     const QelDxfMatrix mat = b3D ? c.mat : c.mat * QelDxfMatrix::FromExtrusion(e.vecExtrusion);
     const double fZ = e.eType == QelDxfEntity::eLwPolyline ? e.fElevation : e.p[0].z;
+    const bool bClosed = (e.nFlags & 1) != 0;
     m_vScratch.clear();
-    for (size_t i = 0; i < e.vVertices.size(); ++i)
+    const size_t nVertices = e.vVertices.size();
+    for (size_t i = 0; i < nVertices; ++i)
     {
         if (i < e.vVertexFlags.size() && (e.vVertexFlags[i] & 16))
             continue; // a control point of a spline frame, not on the curve
@@ -203,8 +206,32 @@ void QelDxfBuilder::PolylineEntity(QelModelMesh& m, const QelDxfEntity& e, const
         if (!b3D)
             p.z = fZ;
         m_vScratch.push_back(mat.Apply(p));
+        // A bulge bends the segment to the next vertex (the first, from the last of a closed one)
+        // into an arc; 3D polylines have none.
+        const double fBulge = i < e.vBulges.size() ? e.vBulges[i] : 0.0;
+        if (!b3D && fBulge != 0.0 && (i + 1 < nVertices || (bClosed && nVertices > 1)))
+            BulgePoints(p, e.vVertices[(i + 1) % nVertices], fBulge, mat);
     }
-    Polyline(m, m_vScratch, (e.nFlags & 1) != 0, nColor);
+    Polyline(m, m_vScratch, bClosed, nColor);
+}
+
+void QelDxfBuilder::BulgePoints(const QelDxfVec& a, const QelDxfVec& b, double fBulge, const QelDxfMatrix& mat)
+{
+    const double dx = b.x - a.x, dy = b.y - a.y;
+    // The arc turns 4 atan(bulge), counterclockwise for a positive bulge; its center lies off the
+    // chord's middle along the chord's left normal.
+    const double fTurn = 4.0 * std::atan(fBulge);
+    if (!std::isfinite(fTurn) || (dx == 0.0 && dy == 0.0) || !std::isfinite(dx) || !std::isfinite(dy))
+        return;
+    const double s = (1.0 - fBulge * fBulge) / (4.0 * fBulge);
+    const double cx = (a.x + b.x) / 2.0 - s * dy, cy = (a.y + b.y) / 2.0 + s * dx;
+    const double fRadius = std::hypot(a.x - cx, a.y - cy), fStart = std::atan2(a.y - cy, a.x - cx);
+    const int nSegments = std::max(1, int(std::ceil(std::fabs(fTurn) / (2.0 * kPi) * kCircleSegments - 1e-9)));
+    for (int k = 1; k < nSegments; ++k)
+    {
+        const double t = fStart + fTurn * k / nSegments;
+        m_vScratch.push_back(mat.Apply({cx + fRadius * std::cos(t), cy + fRadius * std::sin(t), a.z}));
+    }
 }
 
 void QelDxfBuilder::Polyface(QelModelMesh& m, const QelDxfEntity& e, const SContext& c, uint32_t nColor)
@@ -279,32 +306,49 @@ void QelDxfBuilder::Insert(const QelDxfEntity& e, const SContext& c, int nLayer,
         return m_log.Warn(e.nLine, "blocks nest deeper than " + std::to_string(kMaxDepth) + "; the insert is skipped");
     const SBlock& block = m_vBlocks[size_t(it->second)];
     const double fRot = e.fRotation * kDegrees;
-    QelDxfMatrix rs;
-    rs.m[0][0] = std::cos(fRot) * e.vecScale.x;
-    rs.m[0][1] = -std::sin(fRot) * e.vecScale.y;
-    rs.m[1][0] = std::sin(fRot) * e.vecScale.x;
-    rs.m[1][1] = std::cos(fRot) * e.vecScale.y;
-    rs.m[2][2] = e.vecScale.z;
+    QelDxfMatrix turn, scale;
+    turn.m[0][0] = turn.m[1][1] = std::cos(fRot);
+    turn.m[0][1] = -std::sin(fRot);
+    turn.m[1][0] = std::sin(fRot);
+    scale.m[0][0] = e.vecScale.x;
+    scale.m[1][1] = e.vecScale.y;
+    scale.m[2][2] = e.vecScale.z;
     SContext inner;
-    inner.mat = c.mat * QelDxfMatrix::FromExtrusion(e.vecExtrusion) * Translation(e.p[0].x, e.p[0].y, e.p[0].z) * rs *
-                Translation(-block.vecBase.x, -block.vecBase.y, -block.vecBase.z);
     inner.nLayer = nLayer;
     inner.nBlockColor = nColor;
     inner.nDepth = c.nDepth + 1;
+    const QelDxfMatrix place =
+        c.mat * QelDxfMatrix::FromExtrusion(e.vecExtrusion) * Translation(e.p[0].x, e.p[0].y, e.p[0].z) * turn;
+    const QelDxfMatrix fromBase = scale * Translation(-block.vecBase.x, -block.vecBase.y, -block.vecBase.z);
+    // An insert may repeat the block in columns and rows, spaced along its turned axes; each copy
+    // counts against the budget, so that a huge array of an empty block still ends.
+    const int nColumns = std::max(1, e.nFlags), nRows = std::max(1, int(e.nIndices[0]));
     m_vActive.push_back(it->second);
-    for (const QelDxfEntity& child : block.vEntities)
-    {
-        if (m_bBudgetSpent)
-            break;
-        Emit(child, inner);
-        if (m_nInserted > m_nInsertLimit && !m_bBudgetSpent)
+    for (int nRow = 0; nRow < nRows && !m_bBudgetSpent; ++nRow)
+        for (int nColumn = 0; nColumn < nColumns && !m_bBudgetSpent; ++nColumn)
         {
-            m_bBudgetSpent = true;
-            m_log.Error("inserted blocks make more than " + std::to_string(m_nInsertLimit) +
-                        " vertices; the remaining inserts are skipped");
+            inner.mat = place * Translation(nColumn * e.fSpacing[0], nRow * e.fSpacing[1], 0.0) * fromBase;
+            m_nInserted += nRows > 1 || nColumns > 1;
+            for (const QelDxfEntity& child : block.vEntities)
+            {
+                if (m_bBudgetSpent)
+                    break;
+                Emit(child, inner);
+                SpendBudget();
+            }
+            SpendBudget();
         }
-    }
     m_vActive.pop_back();
+}
+
+void QelDxfBuilder::SpendBudget()
+{
+    if (m_nInserted > m_nInsertLimit && !m_bBudgetSpent)
+    {
+        m_bBudgetSpent = true;
+        m_log.Error("inserted blocks make more than " + std::to_string(m_nInsertLimit) +
+                    " vertices; the remaining inserts are skipped");
+    }
 }
 
 void QelDxfBuilder::Emit(const QelDxfEntity& e, const SContext& c)

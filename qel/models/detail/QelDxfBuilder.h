@@ -74,6 +74,10 @@ private:
     /// Segments through the points (already placed), closed back to the first when asked.
     void Polyline(QelModelMesh& m, const std::vector<QelDxfVec>& v, bool bClosed, uint32_t nColor);
     void Arc(QelModelMesh& m, const QelDxfEntity& e, const SContext& c, uint32_t nColor);
+    /// Appends the points inside the arc of a bulge from a to b (object coordinates), placed by mat.
+    void BulgePoints(const QelDxfVec& a, const QelDxfVec& b, double fBulge, const QelDxfMatrix& mat);
+    /// Reports once when the inserts have made more than the limit allows.
+    void SpendBudget();
     void PolylineEntity(QelModelMesh& m, const QelDxfEntity& e, const SContext& c, uint32_t nColor);
     void Polyface(QelModelMesh& m, const QelDxfEntity& e, const SContext& c, uint32_t nColor);
     void PolygonMesh(QelModelMesh& m, const QelDxfEntity& e, const SContext& c, uint32_t nColor);

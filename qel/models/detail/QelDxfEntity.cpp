@@ -63,6 +63,7 @@ void QelDxfEntity::Reset(EType eNew, unsigned nNewLine)
     vecExtrusion = {0.0, 0.0, 1.0};
     fRadius = fStart = fRotation = fElevation = 0.0;
     fEnd = 360.0;
+    fBulge = fSpacing[0] = fSpacing[1] = 0.0;
     vecScale = {1.0, 1.0, 1.0};
     for (int32_t& n : nIndices)
         n = 0;
@@ -71,5 +72,6 @@ void QelDxfEntity::Reset(EType eNew, unsigned nNewLine)
     strBlock.clear();
     vVertices.clear();
     vVertexFlags.clear();
+    vBulges.clear();
     vFaces.clear();
 }

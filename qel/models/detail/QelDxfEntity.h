@@ -74,8 +74,13 @@ struct QelDxfEntity
     QelDxfVec p[4];
     QelDxfVec vecExtrusion{0.0, 0.0, 1.0};
     double fRadius = 0.0, fStart = 0.0, fEnd = 360.0, fRotation = 0.0, fElevation = 0.0;
+    /// Of a vertex: the tangent of a quarter of the angle the arc to the next vertex turns (0 straight).
+    double fBulge = 0.0;
+    /// Of an insert: the distances between its columns and between its rows.
+    double fSpacing[2] = {0.0, 0.0};
     QelDxfVec vecScale{1.0, 1.0, 1.0};
-    /// Groups 71 to 74: the m and n sizes of a polygon mesh, the vertex numbers of a face record.
+    /// Groups 71 to 74: the m and n sizes of a polygon mesh, the vertex numbers of a face record, the
+    /// row count of an insert (its column count is group 70, nFlags).
     int32_t nIndices[4] = {0, 0, 0, 0};
     /// Texts of the first point's coordinates, when the reader was asked to keep them unread (a
     /// VERTEX record is a position or a face only known at its end, and faces have no use for them).
@@ -91,6 +96,8 @@ struct QelDxfEntity
     /// Of polylines (vertices with their flags) and polyfaces.
     std::vector<QelDxfVec> vVertices;
     std::vector<int> vVertexFlags;
+    /// Bulges of the vertices; shorter than vVertices when the last ones are straight.
+    std::vector<double> vBulges;
     std::vector<SFace> vFaces;
 
     /// Back to the defaults of the type, keeping the lists' memory.

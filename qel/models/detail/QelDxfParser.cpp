@@ -21,8 +21,9 @@ const STypeName kTypes[] = {{"3DFACE", QelDxfEntity::eFace3D},         {"SOLID",
                             {"LINE", QelDxfEntity::eLine},             {"POINT", QelDxfEntity::ePoint},
                             {"CIRCLE", QelDxfEntity::eCircle},         {"ARC", QelDxfEntity::eArc},
                             {"LWPOLYLINE", QelDxfEntity::eLwPolyline}, {"POLYLINE", QelDxfEntity::ePolyline},
-                            {"INSERT", QelDxfEntity::eInsert}};
-static_assert(sizeof(kTypes) / sizeof(kTypes[0]) == QelDxfEntity::eTypeCount, "one name per entity type");
+                            {"INSERT", QelDxfEntity::eInsert},         {"MINSERT", QelDxfEntity::eInsert}};
+// One name per entity type, and MINSERT: an insert repeated in rows and columns, which any insert may be.
+static_assert(sizeof(kTypes) / sizeof(kTypes[0]) == QelDxfEntity::eTypeCount + 1, "one name per entity type");
 } // namespace
 
 QelDxfParser::QelDxfParser(QelModelData& data, QelLoadLog& log, size_t nInsertLimit)
@@ -324,6 +325,11 @@ void QelDxfParser::ReadPolyline(QelDxfEntity& e)
                     *pAxes[k] = NumberOf(m_cVertex.aFirstPoint[k]);
             e.vVertices.push_back(m_cVertex.p[0]);
             e.vVertexFlags.push_back(m_cVertex.nFlags);
+            if (m_cVertex.fBulge != 0.0)
+            {
+                e.vBulges.resize(e.vVertices.size(), 0.0);
+                e.vBulges.back() = m_cVertex.fBulge;
+            }
         }
     }
     if (IsZero("SEQEND"))
@@ -417,7 +423,23 @@ void QelDxfParser::ReadEntity(QelDxfEntity& e, bool bKeepFirstPoint)
             e.vecScale.x = Number();
             break;
         case 42:
-            e.vecScale.y = Number();
+            // The y scale of an insert; elsewhere the bulge of a vertex (of the last one read, in a
+            // light polyline).
+            if (e.eType == QelDxfEntity::eInsert)
+                e.vecScale.y = Number();
+            else if (!bLw)
+                e.fBulge = Number();
+            else if (!e.vVertices.empty())
+            {
+                e.vBulges.resize(e.vVertices.size(), 0.0);
+                e.vBulges.back() = Number();
+            }
+            break;
+        case 44:
+            e.fSpacing[0] = Number();
+            break;
+        case 45:
+            e.fSpacing[1] = Number();
             break;
         case 43:
             e.vecScale.z = Number();
