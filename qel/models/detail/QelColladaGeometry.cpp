@@ -265,6 +265,14 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
         }
     }
     out.cMesh.m_vTexCoords.resize(out.vSets.size());
+    // The table by the first offset's index holds every index its sources reach (their counts
+    // were checked against the numbers read).
+    size_t nFirstReach = 0;
+    for (const SInput& in : b.vInputs)
+        if (in.nOffset == b.vOffsets[0])
+            nFirstReach = std::max(nFirstReach, in.pSource->nCount);
+    if (b.vOffsets.size() <= 2)
+        b.vSingle.assign(nFirstReach, kBad);
     // Most meshes make about one vertex per position; room for that is made at once.
     const size_t nGuess = std::min<size_t>(b.vInputs[0].pSource->nCount, size_t(1) << 24);
     for (const SInput& in : b.vInputs)
@@ -287,6 +295,12 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
     // The indices of the current <p>: read while the document was parsed, or from its text here.
     const std::vector<uint32_t>* pIdx = &vIdx;
     bool bReported = false;
+    auto reportBad = [&] {
+        if (!bReported)
+            m_log.Warn(nLine, "<" + strType + "> index " + std::to_string(b.nBadIndex) + " is past the " +
+                                  std::to_string(b.pBadSource->nCount) + " elements of its source; the element is skipped");
+        bReported = true;
+    };
     // Emits one polygon, strip or fan of nCorners corners starting at index tuple nFirst.
     auto emit = [&](size_t nFirst, size_t nCorners) {
         vCorner.clear();
@@ -295,10 +309,7 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
             const uint32_t v = b.Vertex(&(*pIdx)[(nFirst + k) * b.nStride]);
             if (v == kBad)
             {
-                if (!bReported)
-                    m_log.Warn(nLine, "<" + strType + "> index " + std::to_string(b.nBadIndex) + " is past the " +
-                                          std::to_string(b.pBadSource->nCount) + " elements of its source; the element is skipped");
-                bReported = true;
+                reportBad();
                 return;
             }
             vCorner.push_back(v);
@@ -335,8 +346,29 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
         if (nDeclared > nHave)
             m_log.Warn(nLine, "<" + strType + "> count " + std::to_string(nDeclared) + " is more than its indices hold (" +
                                   std::to_string(nHave) + ")");
-        for (size_t i = 0; i < std::min(nHave, nDeclared ? nDeclared : nHave); ++i)
-            emit(i * nPer, nPer);
+        const size_t nEmit = std::min(nHave, nDeclared ? nDeclared : nHave);
+        if (nPer == 3)
+        {
+            // Triangles, the bulk of most files, go straight to the output.
+            std::vector<uint32_t>& vOut = out.cMesh.m_vTriangles;
+            const uint32_t* pTuple = pIdx->data();
+            for (size_t i = 0; i < nEmit; ++i, pTuple += 3 * b.nStride)
+            {
+                uint32_t c[3];
+                size_t k = 0;
+                while (k < 3 && (c[k] = b.Vertex(pTuple + k * b.nStride)) != kBad)
+                    ++k;
+                if (k < 3)
+                {
+                    reportBad();
+                    continue;
+                }
+                vOut.insert(vOut.end(), c, c + 3);
+            }
+        }
+        else
+            for (size_t i = 0; i < nEmit; ++i)
+                emit(i * nPer, nPer);
     }
     else if (strType == "polylist")
     {

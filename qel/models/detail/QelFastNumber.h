@@ -7,28 +7,31 @@
 /// and fast. Anything else (exponents, more than 19 digits) is left to the general reader.
 namespace QelFastNumber
 {
-/// Reads a plain decimal from p on, up to the first character that cannot continue it; returns
-/// where it stopped, or null (f unchanged) when what is there is no plain decimal of at most 19
-/// digits.
-inline const char* DecimalPrefix(const char* p, const char* e, double& f)
+namespace Detail
+{
+/// The reading behind DecimalPrefix and TerminatedDecimal; bBounded tests the end before each
+/// character.
+template <bool bBounded>
+inline const char* ScanDecimal(const char* p, const char* e, double& f)
 {
     static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
                                      1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
-    const bool bNeg = p < e && *p == '-';
-    p += bNeg || (p < e && *p == '+');
+    auto more = [&p, e] { return !bBounded || p < e; };
+    const bool bNeg = more() && *p == '-';
+    p += bNeg || (more() && *p == '+');
     const char* pStart = p;
     uint64_t n = 0;
     unsigned d;
-    while (p < e && (d = unsigned(*p - '0')) <= 9)
+    while (more() && (d = unsigned(*p - '0')) <= 9)
     {
         n = n * 10 + d;
         ++p;
     }
     const char* pPoint = p;
-    if (p < e && *p == '.')
+    if (more() && *p == '.')
     {
         ++p;
-        while (p < e && (d = unsigned(*p - '0')) <= 9)
+        while (more() && (d = unsigned(*p - '0')) <= 9)
         {
             n = n * 10 + d;
             ++p;
@@ -43,6 +46,22 @@ inline const char* DecimalPrefix(const char* p, const char* e, double& f)
     f = double(n) / kPowers[nFraction];
     f = bNeg ? -f : f;
     return p;
+}
+} // namespace Detail
+
+/// Reads a plain decimal from p on, up to the first character that cannot continue it; returns
+/// where it stopped, or null (f unchanged) when what is there is no plain decimal of at most 19
+/// digits.
+inline const char* DecimalPrefix(const char* p, const char* e, double& f)
+{
+    return Detail::ScanDecimal<true>(p, e, f);
+}
+
+/// As DecimalPrefix, for text where a character that cannot continue a number (white space, a
+/// terminating zero) follows every word, so that no end is tested per character.
+inline const char* TerminatedDecimal(const char* p, double& f)
+{
+    return Detail::ScanDecimal<false>(p, nullptr, f);
 }
 
 /// Reads [p, e) whole as a plain decimal; false (f unchanged) for any other form.
