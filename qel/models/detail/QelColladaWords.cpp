@@ -1,6 +1,7 @@
 #include "qel/models/detail/QelColladaWords.h"
 
 #include "qel/models/detail/QelFastNumber.h"
+#include "qel/models/detail/QelSwarDigits.h"
 
 #include <algorithm>
 #include <charconv>
@@ -36,18 +37,57 @@ private:
     size_t m_n = 0;
 };
 
-/// The number any word [w, e) spells in the general form (exponents, long digit strings, inf);
-/// false when it spells none.
-bool GeneralFloat(const char* w, const char* e, float& f)
+/// The float of the word from s on in any form the general reader knows; s goes to its end. False
+/// when it spells none.
+bool SlowFloat(const char*& s, const char* e, float& f)
 {
-    auto r = std::from_chars(*w == '+' ? w + 1 : w, e, f);
-    if (r.ec == std::errc::invalid_argument || r.ptr != e)
+    double d = 0.0;
+    const char* q = QelFastNumber::TerminatedDecimal(s, d);
+    if (q && (q == e || QelColladaWords::IsGap(*q)) && QelFastNumber::ToFloat(d, f))
+    {
+        s = q;
+        return true;
+    }
+    const char* w = s;
+    while (s < e && !QelColladaWords::IsGap(*s))
+        ++s;
+    auto r = std::from_chars(*w == '+' ? w + 1 : w, s, f);
+    if (r.ec == std::errc::invalid_argument || r.ptr != s)
         return false;
     if (r.ec == std::errc::result_out_of_range || !std::isfinite(f))
         f = 0.0f; // beyond a float, or nan: no coordinate to draw with
     return true;
 }
+
+/// The index of the word from s on, held at 0xFFFFFFFF; s goes to its end. False when the word
+/// holds anything but digits.
+bool SlowIndex(const char*& s, const char* e, uint32_t& n)
+{
+    const char* w = s;
+    uint64_t x = 0;
+    unsigned d;
+    while ((d = unsigned(*s - '0')) <= 9)
+    {
+        // Held at the cap as it goes, so that no length of digits can wrap it.
+        x = std::min<uint64_t>(x * 10 + d, 0xFFFFFFFFull);
+        ++s;
+    }
+    n = uint32_t(x);
+    return s != w && (s == e || QelColladaWords::IsGap(*s));
+}
+
+constexpr std::array<bool, 256> MakeGaps()
+{
+    std::array<bool, 256> a{};
+    a[' '] = a['\t'] = a['\n'] = a['\r'] = true;
+    return a;
+}
 } // namespace
+
+const std::array<bool, 256> QelColladaWords::kGaps = MakeGaps();
+
+// Both readers take the common short numbers with their ending gap in one step, and leave
+// anything else (long, odd or bad words, and the last words before e) to the slow readers.
 
 bool QelColladaWords::ReadFloats(const char* s, const char* e, std::vector<float>& v)
 {
@@ -58,21 +98,12 @@ bool QelColladaWords::ReadFloats(const char* s, const char* e, std::vector<float
             ++s;
         if (s >= e)
             return true;
-        // Plain decimals are read in the same pass that finds their end; other forms, and
-        // decimals whose double falls on a float midpoint, go to the general reader.
         double d = 0.0;
         float f = 0.0f;
-        const char* q = QelFastNumber::TerminatedDecimal(s, d);
-        if (q && (q == e || IsGap(*q)) && QelFastNumber::ToFloat(d, f))
-        {
-            batch.Add(f);
-            s = q;
-            continue;
-        }
-        const char* w = s;
-        while (s < e && !IsGap(*s))
-            ++s;
-        if (!GeneralFloat(w, s, f))
+        const char* q = QelFastNumber::ShortDecimal(s, e, d);
+        if (q && IsGap(*q) && QelFastNumber::ToFloat(d, f))
+            s = q + 1;
+        else if (!SlowFloat(s, e, f))
             return false;
         batch.Add(f);
     }
@@ -87,23 +118,16 @@ bool QelColladaWords::ReadIndices(const char* s, const char* e, std::vector<uint
             ++s;
         if (s >= e)
             return true;
-        const char* w = s;
-        uint64_t n = 0;
-        unsigned d;
-        while ((d = unsigned(*s - '0')) <= 9)
+        uint32_t n = 0;
+        const uint64_t x = e - s >= 8 ? QelSwarDigits::Load8(s) : 0;
+        const unsigned nDigits = QelSwarDigits::LeadingDigits(x);
+        if (nDigits - 1 < 7 && IsGap(s[nDigits]))
         {
-            n = n * 10 + d;
-            ++s;
+            n = QelSwarDigits::Value(x, nDigits);
+            s += nDigits + 1;
         }
-        if (s == w || (s != e && !IsGap(*s)))
+        else if (!SlowIndex(s, e, n))
             return false;
-        if (s - w > 19)
-        {
-            // The sum may have wrapped: read again, held at the cap (leading zeros stay harmless).
-            n = 0;
-            for (const char* q = w; q < s; ++q)
-                n = std::min<uint64_t>(n * 10 + unsigned(*q - '0'), 0xFFFFFFFFull);
-        }
-        batch.Add(n > 0xFFFFFFFFull ? 0xFFFFFFFFu : uint32_t(n));
+        batch.Add(n);
     }
 }

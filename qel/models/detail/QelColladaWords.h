@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -9,11 +10,12 @@
 /// before it stay.
 namespace QelColladaWords
 {
-/// White space between words (space, tab, line feed, carriage return).
+/// Per character, whether it is white space between words (space, tab, line feed, carriage return).
+extern const std::array<bool, 256> kGaps;
+
 inline bool IsGap(char c)
 {
-    const unsigned char u = static_cast<unsigned char>(c);
-    return u <= ' ' && ((uint64_t(1) << ' ' | 1u << '\t' | 1u << '\n' | 1u << '\r') >> u & 1u) != 0;
+    return kGaps[static_cast<unsigned char>(c)];
 }
 
 /// Appends the numbers of the words in [s, e); false at a word that is not one. The text must end
