@@ -25,6 +25,9 @@ struct QelColladaGeometry::SBuild
 {
     std::vector<SInput> vInputs;
     std::vector<uint32_t> vOffsets; // distinct offsets the inputs read
+    // The count of vOffsets and its first two, kept apart for the lookups of every corner.
+    size_t nKeys = 0;
+    uint32_t nKeyA = 0, nKeyB = 0;
     uint32_t nStride = 1;
     QelModelMesh* pMesh = nullptr;
     /// By the first offset's index: the vertex (one offset) or the head of a chain (two offsets).
@@ -72,53 +75,68 @@ struct QelColladaGeometry::SBuild
         return uint32_t(m.m_vPositions.size() - 1);
     }
 
-    /// The vertex of a corner (nStride indices), or kBad when an index is past its source.
+    /// The vertex of a corner (nStride indices), or kBad when an index is past its source. Vertices
+    /// met before are found here; new ones are made by Add, kept apart so that this stays small.
     uint32_t Vertex(const uint32_t* pTuple)
     {
-        if (vOffsets.size() == 1)
-        {
-            const uint32_t n = pTuple[vOffsets[0]];
-            if (n < vSingle.size() && vSingle[n] != kBad)
-                return vSingle[n];
-            const uint32_t v = Make(pTuple);
-            if (v != kBad)
-            {
-                if (n >= vSingle.size())
-                    vSingle.resize(size_t(n) + 1, kBad);
-                vSingle[n] = v;
-            }
-            return v;
-        }
-        if (vOffsets.size() == 2)
+        if (nKeys == 2)
         {
             // Chains per first index, as few corners share one: no hashing.
-            const uint32_t a = pTuple[vOffsets[0]], b = pTuple[vOffsets[1]];
+            const uint32_t a = pTuple[nKeyA], b = pTuple[nKeyB];
             if (a < vSingle.size())
                 for (uint32_t k = vSingle[a]; k != kBad; k = vChain[k].nNext)
                     if (vChain[k].nSecond == b)
                         return vChain[k].nVertex;
-            const uint32_t v = Make(pTuple);
-            if (v != kBad)
-            {
-                if (a >= vSingle.size())
-                    vSingle.resize(size_t(a) + 1, kBad);
-                vChain.push_back({b, v, vSingle[a]});
-                vSingle[a] = uint32_t(vChain.size() - 1);
-            }
-            return v;
         }
-        strKey.clear();
-        for (uint32_t o : vOffsets)
-            strKey.append(reinterpret_cast<const char*>(&pTuple[o]), sizeof(uint32_t));
-        auto it = mapMany.find(strKey);
-        if (it != mapMany.end())
-            return it->second;
+        else if (nKeys == 1)
+        {
+            const uint32_t n = pTuple[nKeyA];
+            if (n < vSingle.size() && vSingle[n] != kBad)
+                return vSingle[n];
+        }
+        return Add(pTuple);
+    }
+    uint32_t Add(const uint32_t* pTuple);
+};
+
+uint32_t QelColladaGeometry::SBuild::Add(const uint32_t* pTuple)
+{
+    if (nKeys == 1)
+    {
+        const uint32_t n = pTuple[nKeyA];
         const uint32_t v = Make(pTuple);
         if (v != kBad)
-            mapMany.emplace(strKey, v);
+        {
+            if (n >= vSingle.size())
+                vSingle.resize(size_t(n) + 1, kBad);
+            vSingle[n] = v;
+        }
         return v;
     }
-};
+    if (nKeys == 2)
+    {
+        const uint32_t a = pTuple[nKeyA], b = pTuple[nKeyB];
+        const uint32_t v = Make(pTuple);
+        if (v != kBad)
+        {
+            if (a >= vSingle.size())
+                vSingle.resize(size_t(a) + 1, kBad);
+            vChain.push_back({b, v, vSingle[a]});
+            vSingle[a] = uint32_t(vChain.size() - 1);
+        }
+        return v;
+    }
+    strKey.clear();
+    for (uint32_t o : vOffsets)
+        strKey.append(reinterpret_cast<const char*>(&pTuple[o]), sizeof(uint32_t));
+    auto it = mapMany.find(strKey);
+    if (it != mapMany.end())
+        return it->second;
+    const uint32_t v = Make(pTuple);
+    if (v != kBad)
+        mapMany.emplace(strKey, v);
+    return v;
+}
 
 const QelColladaGeometry::SSource* QelColladaGeometry::Source(const std::string& strUrl, unsigned nLine)
 {
@@ -271,7 +289,10 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
     for (const SInput& in : b.vInputs)
         if (in.nOffset == b.vOffsets[0])
             nFirstReach = std::max(nFirstReach, in.pSource->nCount);
-    if (b.vOffsets.size() <= 2)
+    b.nKeys = b.vOffsets.size();
+    b.nKeyA = b.vOffsets[0];
+    b.nKeyB = b.nKeys > 1 ? b.vOffsets[1] : 0;
+    if (b.nKeys <= 2)
         b.vSingle.assign(nFirstReach, kBad);
     // Most meshes make about one vertex per position; room for that is made at once.
     const size_t nGuess = std::min<size_t>(b.vInputs[0].pSource->nCount, size_t(1) << 24);
@@ -352,18 +373,21 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
             // Triangles, the bulk of most files, go straight to the output.
             std::vector<uint32_t>& vOut = out.cMesh.m_vTriangles;
             const uint32_t* pTuple = pIdx->data();
-            for (size_t i = 0; i < nEmit; ++i, pTuple += 3 * b.nStride)
+            const size_t nStride = b.nStride;
+            for (size_t i = 0; i < nEmit; ++i, pTuple += 3 * nStride)
             {
-                uint32_t c[3];
-                size_t k = 0;
-                while (k < 3 && (c[k] = b.Vertex(pTuple + k * b.nStride)) != kBad)
-                    ++k;
-                if (k < 3)
+                // A bad corner ends the triangle before the corners after it make vertices.
+                const uint32_t v0 = b.Vertex(pTuple);
+                const uint32_t v1 = v0 != kBad ? b.Vertex(pTuple + nStride) : kBad;
+                const uint32_t v2 = v1 != kBad ? b.Vertex(pTuple + 2 * nStride) : kBad;
+                if (v2 == kBad)
                 {
                     reportBad();
                     continue;
                 }
-                vOut.insert(vOut.end(), c, c + 3);
+                vOut.push_back(v0);
+                vOut.push_back(v1);
+                vOut.push_back(v2);
             }
         }
         else

@@ -8,6 +8,19 @@
 /// readable; the first one goes into the low byte.
 namespace QelSwarDigits
 {
+/// The count of zero bits below the lowest set one; x is not 0.
+inline unsigned LowestBit(uint64_t x)
+{
+#if defined(__GNUC__)
+    return unsigned(__builtin_ctzll(x));
+#else
+    unsigned n = 0;
+    for (; !(x & 1u); x >>= 1)
+        ++n;
+    return n;
+#endif
+}
+
 /// The eight characters from p on.
 inline uint64_t Load8(const char* p)
 {
@@ -26,7 +39,7 @@ inline unsigned LeadingDigits(uint64_t x)
     const uint64_t nAbove = nLow + 0x4646464646464646ull;
     const uint64_t nBelow = ~((nLow | kHigh) - 0x3030303030303030ull);
     const uint64_t nOther = (x | nAbove | nBelow) & kHigh;
-    return nOther ? unsigned(__builtin_ctzll(nOther)) >> 3 : 8;
+    return nOther ? LowestBit(nOther) >> 3 : 8;
 }
 
 /// The value of the first n characters of x, which are digits; n is 1 to 8.
