@@ -165,7 +165,11 @@ const QelColladaGeometry::SSource* QelColladaGeometry::Source(const std::string&
         m_log.Warn(Line(pAccessor), "accessor of source [" + strId + "] reads no float array; the source is not used");
         return nullptr;
     }
-    if (!Floats(itArray->second, s.vData, size_t(std::strtoull(Attr(itArray->second, "count").c_str(), nullptr, 10))))
+    // Numbers read while parsing are used where they are, not copied.
+    const SNumbers* pNumbers = NumbersOf(itArray->second);
+    s.pData = pNumbers ? &pNumbers->vFloats : &s.vOwn;
+    if (pNumbers ? pNumbers->bBad
+                 : !Floats(itArray->second, s.vOwn, size_t(std::strtoull(Attr(itArray->second, "count").c_str(), nullptr, 10))))
         m_log.Warn(Line(itArray->second), "float array [" + strArray + "] holds a word that is not a number; the numbers before it are read");
     auto number = [&](const char* pName, size_t nDefault) {
         const std::string str = Attr(pAccessor, pName);
@@ -179,7 +183,7 @@ const QelColladaGeometry::SSource* QelColladaGeometry::Source(const std::string&
         nParams += !Attr(p, "name").empty() || Attr(p, "type").empty() ? 1 : 0;
     s.nComponents = std::min(nParams ? nParams : s.nStride, s.nStride);
     // Counts are checked against the data as read, in a form that cannot overflow.
-    const size_t nSize = s.vData.size();
+    const size_t nSize = s.pData->size();
     if (s.nStride == 0 || s.nStride > 64 || s.nOffset > nSize ||
         (s.nCount > 0 && ((nSize - s.nOffset) / s.nStride < s.nCount - 1 ||
                           (nSize - s.nOffset) - (s.nCount - 1) * s.nStride < s.nComponents)))
@@ -296,6 +300,8 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
         b.vSingle.assign(nFirstReach, kBad);
     // Most meshes make about one vertex per position; room for that is made at once.
     const size_t nGuess = std::min<size_t>(b.vInputs[0].pSource->nCount, size_t(1) << 24);
+    if (b.nKeys == 2)
+        b.vChain.reserve(nGuess);
     for (const SInput& in : b.vInputs)
     {
         QelModelMesh& m = out.cMesh;

@@ -8,8 +8,10 @@
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 
 using QelColladaWords::IsGap;
@@ -28,6 +30,18 @@ struct SCapture
     QelColladaXml::SNumbers* pNumbers = nullptr;
     bool bFloats = false;
     QelColladaWords::QelColladaWordReader cWords;
+    /// Numbers that room may still be made for ahead of reading them: all reservations together
+    /// stay within what the whole document could hold, however many elements declare counts.
+    size_t nRoom = 0;
+
+    /// Room for nWanted more numbers, held at what the rest of the text and the budget allow.
+    size_t Room(size_t nWanted, const xmlParserCtxt& ctxt)
+    {
+        const size_t nMost = (nLeft + size_t(ctxt.input ? ctxt.input->end - ctxt.input->cur : 0)) / 2 + 1;
+        const size_t n = std::min(std::min(nWanted, nMost), nRoom);
+        nRoom -= n;
+        return n;
+    }
 
     void Take(const char* s, int nLength)
     {
@@ -49,6 +63,27 @@ struct SCapture
     }
 };
 
+/// How many indices the <p> of a triangles, lines or polylist element should hold, from its
+/// parent's count (or the corners its vcount lists) and its inputs' offsets; 0 when unknown.
+size_t ExpectedIndices(const xmlNode* pP)
+{
+    using namespace QelColladaXml;
+    const size_t kCap = size_t(1) << 40; // beyond any document; keeps the product from wrapping
+    const xmlNode* pPrim = pP->parent;
+    size_t nStride = 0;
+    for (const xmlNode* c = pPrim ? pPrim->children : nullptr; c; c = c->next)
+        if (Is(c, "input"))
+            nStride = std::max<size_t>(nStride, std::min(std::strtoull(Attr(c, "offset").c_str(), nullptr, 10), 255ull) + 1);
+    size_t nCorners = 0;
+    const bool bTriangles = Is(pPrim, "triangles");
+    if (bTriangles || Is(pPrim, "lines"))
+        nCorners = std::min<size_t>(std::strtoull(Attr(pPrim, "count").c_str(), nullptr, 10), kCap) * (bTriangles ? 3 : 2);
+    else if (const SNumbers* pCounts = Is(pPrim, "polylist") ? NumbersOf(Child(pPrim, "vcount")) : nullptr)
+        for (uint32_t n : pCounts->vIndices)
+            nCorners = std::min<size_t>(nCorners + n, kCap);
+    return nCorners * nStride;
+}
+
 SCapture& CaptureOf(void* pContext)
 {
     return *static_cast<SCapture*>(static_cast<xmlParserCtxtPtr>(pContext)->_private);
@@ -69,10 +104,14 @@ void StartElement(void* pContext, const xmlChar* pLocal, const xmlChar* pPrefix,
     c.pNode = pCtxt->node;
     c.pNode->_private = c.pNumbers;
     c.bFloats = bFloats;
+    // Room is made at once from the counts the document declares, believed only as far as the
+    // text could hold them.
     if (!bFloats)
+    {
+        if (pName[0] == 'p')
+            c.pNumbers->vIndices.reserve(c.Room(ExpectedIndices(c.pNode), *pCtxt));
         return;
-    // A float array's count makes room at once, believed only as far as the rest of the text
-    // could hold it.
+    }
     for (int i = 0; i < nAttributes; ++i)
         if (std::strcmp(reinterpret_cast<const char*>(pAttributes[5 * i]), "count") == 0)
         {
@@ -80,8 +119,7 @@ void StartElement(void* pContext, const xmlChar* pLocal, const xmlChar* pPrefix,
             const char* pEnd = reinterpret_cast<const char*>(pAttributes[5 * i + 4]);
             unsigned long long n = 0;
             std::from_chars(pValue, pEnd, n);
-            const size_t nMost = (c.nLeft + size_t(pCtxt->input ? pCtxt->input->end - pCtxt->input->cur : 0)) / 2 + 1;
-            c.pNumbers->vFloats.reserve(n < nMost ? size_t(n) : nMost);
+            c.pNumbers->vFloats.reserve(c.Room(size_t(std::min<unsigned long long>(n, SIZE_MAX)), *pCtxt));
         }
 }
 
@@ -141,6 +179,7 @@ xmlDocPtr QelColladaXml::Parse(const char* pData, size_t nSize, QelLoadLog& log,
     // then never becomes a node of its own to be copied and read again.
     SCapture capture;
     capture.pCaptured = &captured;
+    capture.nRoom = nSize / 2 + 1;
     pCtxt->_private = &capture;
     pCtxt->sax->startElementNs = StartElement;
     pCtxt->sax->endElementNs = EndElement;
