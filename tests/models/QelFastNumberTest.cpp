@@ -101,3 +101,66 @@ TEST(QelFastNumber, PlainDecimalsRoundToTheNearestFloat)
     }
     EXPECT_GT(nOnMidpoint, 1000); // the cases above did reach the midpoint
 }
+
+TEST(QelFastNumber, EightCharactersAtOnceMatchACharacterLoop)
+{
+    // Every byte value at every position, between digits, and random digit runs of each length.
+    std::mt19937_64 rng(21);
+    for (int i = 0; i < 100000; ++i)
+    {
+        char a[8];
+        for (char& c : a)
+            c = char('0' + rng() % 10);
+        if (i < 256 * 8)
+            a[(i / 256) % 8] = char(i % 256);
+        else
+            a[rng() % 8] = char(rng() % 4 ? "/:. \n-e"[rng() % 7] : char(rng() % 256));
+        unsigned nDigits = 0;
+        uint32_t nValue = 0;
+        while (nDigits < 8 && a[nDigits] >= '0' && a[nDigits] <= '9')
+            nValue = nValue * 10 + unsigned(a[nDigits++] - '0');
+        const uint64_t x = QelSwarDigits::Load8(a);
+        ASSERT_EQ(QelSwarDigits::LeadingDigits(x), nDigits) << std::string(a, 8);
+        if (nDigits)
+        {
+            ASSERT_EQ(QelSwarDigits::Value(x, nDigits), nValue) << std::string(a, 8);
+        }
+    }
+    const char kAll[] = "99999999";
+    EXPECT_EQ(QelSwarDigits::LeadingDigits(QelSwarDigits::Load8(kAll)), 8u);
+    EXPECT_EQ(QelSwarDigits::Value(QelSwarDigits::Load8(kAll), 8), 99999999u);
+}
+
+TEST(QelFastNumber, ShortDecimalsReadAsThePlainPathDoes)
+{
+    // Signs, leading zeros, a missing part on either side of the point, runs of 7 and 8 digits,
+    // and what ends a word; whatever the short path takes must end and round as the plain one.
+    std::mt19937_64 rng(22);
+    int nTaken = 0;
+    for (int i = 0; i < 200000; ++i)
+    {
+        std::string str = rng() % 3 == 0 ? "-" : rng() % 5 == 0 ? "+" : "";
+        for (int k = 0, n = int(rng() % 10); k < n; ++k)
+            str += char('0' + rng() % 10);
+        if (rng() % 4)
+            str += '.';
+        for (int k = 0, n = int(rng() % 10); k < n; ++k)
+            str += char('0' + rng() % 10);
+        str += " \n0e.-"[rng() % 5];
+        str += "1234567812345678"; // the text may go on after the word
+        double dShort = -7.0, dPlain = -7.0;
+        const char* e = str.data() + str.size();
+        const char* pShort = QelFastNumber::ShortDecimal(str.data(), e, dShort);
+        const char* pPlain = QelFastNumber::DecimalPrefix(str.data(), e, dPlain);
+        if (!pShort)
+            continue;
+        ++nTaken;
+        ASSERT_EQ(pShort, pPlain) << str;
+        ASSERT_EQ(std::memcmp(&dShort, &dPlain, sizeof dShort), 0) << str;
+    }
+    EXPECT_GT(nTaken, 80000); // most of them
+    // The characters it may read must lie before the end given.
+    double d = 0.0;
+    const char kShort[] = "1.5 ";
+    EXPECT_EQ(QelFastNumber::ShortDecimal(kShort, kShort + 4, d), nullptr);
+}

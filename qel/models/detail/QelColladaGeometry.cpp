@@ -25,6 +25,9 @@ struct QelColladaGeometry::SBuild
 {
     std::vector<SInput> vInputs;
     std::vector<uint32_t> vOffsets; // distinct offsets the inputs read
+    // The count of vOffsets and its first two, kept apart for the lookups of every corner.
+    size_t nKeys = 0;
+    uint32_t nKeyA = 0, nKeyB = 0;
     uint32_t nStride = 1;
     QelModelMesh* pMesh = nullptr;
     /// By the first offset's index: the vertex (one offset) or the head of a chain (two offsets).
@@ -72,53 +75,68 @@ struct QelColladaGeometry::SBuild
         return uint32_t(m.m_vPositions.size() - 1);
     }
 
-    /// The vertex of a corner (nStride indices), or kBad when an index is past its source.
+    /// The vertex of a corner (nStride indices), or kBad when an index is past its source. Vertices
+    /// met before are found here; new ones are made by Add, kept apart so that this stays small.
     uint32_t Vertex(const uint32_t* pTuple)
     {
-        if (vOffsets.size() == 1)
-        {
-            const uint32_t n = pTuple[vOffsets[0]];
-            if (n < vSingle.size() && vSingle[n] != kBad)
-                return vSingle[n];
-            const uint32_t v = Make(pTuple);
-            if (v != kBad)
-            {
-                if (n >= vSingle.size())
-                    vSingle.resize(size_t(n) + 1, kBad);
-                vSingle[n] = v;
-            }
-            return v;
-        }
-        if (vOffsets.size() == 2)
+        if (nKeys == 2)
         {
             // Chains per first index, as few corners share one: no hashing.
-            const uint32_t a = pTuple[vOffsets[0]], b = pTuple[vOffsets[1]];
+            const uint32_t a = pTuple[nKeyA], b = pTuple[nKeyB];
             if (a < vSingle.size())
                 for (uint32_t k = vSingle[a]; k != kBad; k = vChain[k].nNext)
                     if (vChain[k].nSecond == b)
                         return vChain[k].nVertex;
-            const uint32_t v = Make(pTuple);
-            if (v != kBad)
-            {
-                if (a >= vSingle.size())
-                    vSingle.resize(size_t(a) + 1, kBad);
-                vChain.push_back({b, v, vSingle[a]});
-                vSingle[a] = uint32_t(vChain.size() - 1);
-            }
-            return v;
         }
-        strKey.clear();
-        for (uint32_t o : vOffsets)
-            strKey.append(reinterpret_cast<const char*>(&pTuple[o]), sizeof(uint32_t));
-        auto it = mapMany.find(strKey);
-        if (it != mapMany.end())
-            return it->second;
+        else if (nKeys == 1)
+        {
+            const uint32_t n = pTuple[nKeyA];
+            if (n < vSingle.size() && vSingle[n] != kBad)
+                return vSingle[n];
+        }
+        return Add(pTuple);
+    }
+    uint32_t Add(const uint32_t* pTuple);
+};
+
+uint32_t QelColladaGeometry::SBuild::Add(const uint32_t* pTuple)
+{
+    if (nKeys == 1)
+    {
+        const uint32_t n = pTuple[nKeyA];
         const uint32_t v = Make(pTuple);
         if (v != kBad)
-            mapMany.emplace(strKey, v);
+        {
+            if (n >= vSingle.size())
+                vSingle.resize(size_t(n) + 1, kBad);
+            vSingle[n] = v;
+        }
         return v;
     }
-};
+    if (nKeys == 2)
+    {
+        const uint32_t a = pTuple[nKeyA], b = pTuple[nKeyB];
+        const uint32_t v = Make(pTuple);
+        if (v != kBad)
+        {
+            if (a >= vSingle.size())
+                vSingle.resize(size_t(a) + 1, kBad);
+            vChain.push_back({b, v, vSingle[a]});
+            vSingle[a] = uint32_t(vChain.size() - 1);
+        }
+        return v;
+    }
+    strKey.clear();
+    for (uint32_t o : vOffsets)
+        strKey.append(reinterpret_cast<const char*>(&pTuple[o]), sizeof(uint32_t));
+    auto it = mapMany.find(strKey);
+    if (it != mapMany.end())
+        return it->second;
+    const uint32_t v = Make(pTuple);
+    if (v != kBad)
+        mapMany.emplace(strKey, v);
+    return v;
+}
 
 const QelColladaGeometry::SSource* QelColladaGeometry::Source(const std::string& strUrl, unsigned nLine)
 {
@@ -147,7 +165,11 @@ const QelColladaGeometry::SSource* QelColladaGeometry::Source(const std::string&
         m_log.Warn(Line(pAccessor), "accessor of source [" + strId + "] reads no float array; the source is not used");
         return nullptr;
     }
-    if (!Floats(itArray->second, s.vData, size_t(std::strtoull(Attr(itArray->second, "count").c_str(), nullptr, 10))))
+    // Numbers read while parsing are used where they are, not copied.
+    const SNumbers* pNumbers = NumbersOf(itArray->second);
+    s.pData = pNumbers ? &pNumbers->vFloats : &s.vOwn;
+    if (pNumbers ? pNumbers->bBad
+                 : !Floats(itArray->second, s.vOwn, size_t(std::strtoull(Attr(itArray->second, "count").c_str(), nullptr, 10))))
         m_log.Warn(Line(itArray->second), "float array [" + strArray + "] holds a word that is not a number; the numbers before it are read");
     auto number = [&](const char* pName, size_t nDefault) {
         const std::string str = Attr(pAccessor, pName);
@@ -161,7 +183,7 @@ const QelColladaGeometry::SSource* QelColladaGeometry::Source(const std::string&
         nParams += !Attr(p, "name").empty() || Attr(p, "type").empty() ? 1 : 0;
     s.nComponents = std::min(nParams ? nParams : s.nStride, s.nStride);
     // Counts are checked against the data as read, in a form that cannot overflow.
-    const size_t nSize = s.vData.size();
+    const size_t nSize = s.pData->size();
     if (s.nStride == 0 || s.nStride > 64 || s.nOffset > nSize ||
         (s.nCount > 0 && ((nSize - s.nOffset) / s.nStride < s.nCount - 1 ||
                           (nSize - s.nOffset) - (s.nCount - 1) * s.nStride < s.nComponents)))
@@ -265,8 +287,21 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
         }
     }
     out.cMesh.m_vTexCoords.resize(out.vSets.size());
+    // The table by the first offset's index holds every index its sources reach (their counts
+    // were checked against the numbers read).
+    size_t nFirstReach = 0;
+    for (const SInput& in : b.vInputs)
+        if (in.nOffset == b.vOffsets[0])
+            nFirstReach = std::max(nFirstReach, in.pSource->nCount);
+    b.nKeys = b.vOffsets.size();
+    b.nKeyA = b.vOffsets[0];
+    b.nKeyB = b.nKeys > 1 ? b.vOffsets[1] : 0;
+    if (b.nKeys <= 2)
+        b.vSingle.assign(nFirstReach, kBad);
     // Most meshes make about one vertex per position; room for that is made at once.
     const size_t nGuess = std::min<size_t>(b.vInputs[0].pSource->nCount, size_t(1) << 24);
+    if (b.nKeys == 2)
+        b.vChain.reserve(nGuess);
     for (const SInput& in : b.vInputs)
     {
         QelModelMesh& m = out.cMesh;
@@ -287,6 +322,12 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
     // The indices of the current <p>: read while the document was parsed, or from its text here.
     const std::vector<uint32_t>* pIdx = &vIdx;
     bool bReported = false;
+    auto reportBad = [&] {
+        if (!bReported)
+            m_log.Warn(nLine, "<" + strType + "> index " + std::to_string(b.nBadIndex) + " is past the " +
+                                  std::to_string(b.pBadSource->nCount) + " elements of its source; the element is skipped");
+        bReported = true;
+    };
     // Emits one polygon, strip or fan of nCorners corners starting at index tuple nFirst.
     auto emit = [&](size_t nFirst, size_t nCorners) {
         vCorner.clear();
@@ -295,10 +336,7 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
             const uint32_t v = b.Vertex(&(*pIdx)[(nFirst + k) * b.nStride]);
             if (v == kBad)
             {
-                if (!bReported)
-                    m_log.Warn(nLine, "<" + strType + "> index " + std::to_string(b.nBadIndex) + " is past the " +
-                                          std::to_string(b.pBadSource->nCount) + " elements of its source; the element is skipped");
-                bReported = true;
+                reportBad();
                 return;
             }
             vCorner.push_back(v);
@@ -335,8 +373,32 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
         if (nDeclared > nHave)
             m_log.Warn(nLine, "<" + strType + "> count " + std::to_string(nDeclared) + " is more than its indices hold (" +
                                   std::to_string(nHave) + ")");
-        for (size_t i = 0; i < std::min(nHave, nDeclared ? nDeclared : nHave); ++i)
-            emit(i * nPer, nPer);
+        const size_t nEmit = std::min(nHave, nDeclared ? nDeclared : nHave);
+        if (nPer == 3)
+        {
+            // Triangles, the bulk of most files, go straight to the output.
+            std::vector<uint32_t>& vOut = out.cMesh.m_vTriangles;
+            const uint32_t* pTuple = pIdx->data();
+            const size_t nStride = b.nStride;
+            for (size_t i = 0; i < nEmit; ++i, pTuple += 3 * nStride)
+            {
+                // A bad corner ends the triangle before the corners after it make vertices.
+                const uint32_t v0 = b.Vertex(pTuple);
+                const uint32_t v1 = v0 != kBad ? b.Vertex(pTuple + nStride) : kBad;
+                const uint32_t v2 = v1 != kBad ? b.Vertex(pTuple + 2 * nStride) : kBad;
+                if (v2 == kBad)
+                {
+                    reportBad();
+                    continue;
+                }
+                vOut.push_back(v0);
+                vOut.push_back(v1);
+                vOut.push_back(v2);
+            }
+        }
+        else
+            for (size_t i = 0; i < nEmit; ++i)
+                emit(i * nPer, nPer);
     }
     else if (strType == "polylist")
     {

@@ -33,12 +33,14 @@ public:
 private:
     struct SSource
     {
-        std::vector<float> vData;
+        /// The array's numbers: those read while the document was parsed, or vOwn.
+        const std::vector<float>* pData = nullptr;
+        std::vector<float> vOwn;
         size_t nCount = 0, nStride = 1, nOffset = 0, nComponents = 0;
         bool bGood = false;
         float At(size_t i, size_t k, float fDefault) const
         {
-            return k < nComponents ? vData[nOffset + i * nStride + k] : fDefault;
+            return k < nComponents ? (*pData)[nOffset + i * nStride + k] : fDefault;
         }
     };
     enum EKind

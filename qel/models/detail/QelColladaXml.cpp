@@ -1,6 +1,6 @@
 #include "qel/models/detail/QelColladaXml.h"
 
-#include "qel/models/detail/QelFastNumber.h"
+#include "qel/models/detail/QelColladaWords.h"
 #include "qel/models/detail/QelLoadLog.h"
 #include "qel/xml/detail/QelXMLQuiet.h"
 
@@ -11,146 +11,13 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
-#include <cmath>
+#include <cstdint>
 #include <cstring>
-#include <initializer_list>
+
+using QelColladaWords::IsGap;
 
 namespace
 {
-
-/// White space between numbers, by character.
-struct SSpaces
-{
-    bool a[256] = {};
-    SSpaces()
-    {
-        for (unsigned char c : {' ', '\n', '\t', '\r'})
-            a[c] = true;
-    }
-};
-const SSpaces s_spaces;
-
-bool IsGap(char c)
-{
-    return s_spaces.a[static_cast<unsigned char>(c)];
-}
-
-/// Appends the number a word spells; false when it spells none.
-bool FloatWord(const char* w, const char* e, std::vector<float>& v)
-{
-    double d = 0.0;
-    float f = 0.0f;
-    if (QelFastNumber::Decimal(w, e, d) && QelFastNumber::ToFloat(d, f))
-    {
-        v.push_back(f);
-        return true;
-    }
-    auto r = std::from_chars(*w == '+' ? w + 1 : w, e, f);
-    if (r.ec == std::errc::invalid_argument || r.ptr != e)
-        return false;
-    if (r.ec == std::errc::result_out_of_range || !std::isfinite(f))
-        f = 0.0f; // beyond a float, or nan: no coordinate to draw with
-    v.push_back(f);
-    return true;
-}
-
-/// Reads the number starting at s, which ends at white space or at e; returns where it ended, or
-/// null when the word is not a number. Plain decimals are read in the same pass that finds their
-/// end, with the very result of QelFastNumber::Decimal; other forms, and decimals whose double
-/// falls on a float midpoint, go to FloatWord.
-const char* FloatAt(const char* s, const char* e, std::vector<float>& v)
-{
-    double d = 0.0;
-    float f = 0.0f;
-    const char* w = s;
-    const char* q = QelFastNumber::DecimalPrefix(s, e, d);
-    if (q && (q == e || IsGap(*q)) && QelFastNumber::ToFloat(d, f))
-    {
-        v.push_back(f);
-        return q;
-    }
-    while (s < e && !IsGap(*s))
-        ++s;
-    return FloatWord(w, s, v) ? s : nullptr;
-}
-
-/// Reads the index of digits starting at s (0xFFFFFFFF past 32 bits); returns where it ended, or
-/// null when the word holds anything but digits. Every caller's text has a character after each
-/// word that is no digit (the gap ending a whole word, or a string's terminating zero), so the
-/// digits are read without a test of the end.
-const char* IndexAt(const char* s, const char* e, std::vector<uint32_t>& v)
-{
-    const char* w = s;
-    uint64_t n = 0;
-    unsigned d;
-    while ((d = unsigned(*s - '0')) <= 9)
-    {
-        n = n * 10 + d;
-        ++s;
-    }
-    if (s == w || (s != e && !IsGap(*s)))
-        return nullptr;
-    if (s - w > 19)
-    {
-        // The sum may have wrapped: read again, held at the cap (leading zeros stay harmless).
-        n = 0;
-        for (const char* q = w; q < s; ++q)
-            n = std::min<uint64_t>(n * 10 + unsigned(*q - '0'), 0xFFFFFFFFull);
-    }
-    v.push_back(n > 0xFFFFFFFFull ? 0xFFFFFFFFu : uint32_t(n));
-    return s;
-}
-
-/// Reads numbers from text that may come in pieces; a word cut at the end of a piece waits for the
-/// rest. The first word that is not a number stops the reading. fnAt reads one number as FloatAt
-/// and IndexAt do.
-struct SWords
-{
-    std::string strCarry;
-    bool bBad = false;
-
-    template <typename Fn>
-    void Feed(const char* s, const char* e, Fn fnAt)
-    {
-        if (bBad)
-            return;
-        if (!strCarry.empty())
-        {
-            const char* w = s;
-            while (s < e && !IsGap(*s))
-                ++s;
-            strCarry.append(w, s);
-            if (s == e)
-                return;
-            Finish(fnAt);
-        }
-        // Words before the piece's last gap are whole; the one after it may go on.
-        const char* pWhole = e;
-        while (pWhole > s && !IsGap(pWhole[-1]))
-            --pWhole;
-        while (!bBad)
-        {
-            while (s < pWhole && IsGap(*s))
-                ++s;
-            if (s >= pWhole)
-                break;
-            s = fnAt(s, pWhole);
-            bBad = s == nullptr;
-        }
-        if (!bBad)
-            strCarry.assign(pWhole, e);
-    }
-    template <typename Fn>
-    void Finish(Fn fnAt)
-    {
-        if (!bBad && !strCarry.empty())
-        {
-            const char* e = strCarry.data() + strCarry.size();
-            bBad = fnAt(strCarry.data(), e) != e;
-        }
-        strCarry.clear();
-    }
-};
 
 /// The parser's view of the document being read: the large element whose text is being read.
 struct SCapture
@@ -162,31 +29,60 @@ struct SCapture
     xmlNode* pNode = nullptr;
     QelColladaXml::SNumbers* pNumbers = nullptr;
     bool bFloats = false;
-    SWords cWords;
+    QelColladaWords::QelColladaWordReader cWords;
+    /// Numbers that room may still be made for ahead of reading them: all reservations together
+    /// stay within what the whole document could hold, however many elements declare counts.
+    size_t nRoom = 0;
+
+    /// Room for nWanted more numbers, held at what the rest of the text and the budget allow.
+    size_t Room(size_t nWanted, const xmlParserCtxt& ctxt)
+    {
+        const size_t nMost = (nLeft + size_t(ctxt.input ? ctxt.input->end - ctxt.input->cur : 0)) / 2 + 1;
+        const size_t n = std::min(std::min(nWanted, nMost), nRoom);
+        nRoom -= n;
+        return n;
+    }
 
     void Take(const char* s, int nLength)
     {
-        std::vector<float>& vF = pNumbers->vFloats;
-        std::vector<uint32_t>& vI = pNumbers->vIndices;
         if (bFloats)
-            cWords.Feed(s, s + nLength, [&vF](const char* w, const char* e) { return FloatAt(w, e, vF); });
+            cWords.Feed(s, s + nLength, pNumbers->vFloats);
         else
-            cWords.Feed(s, s + nLength, [&vI](const char* w, const char* e) { return IndexAt(w, e, vI); });
+            cWords.Feed(s, s + nLength, pNumbers->vIndices);
     }
     void Finish()
     {
-        std::vector<float>& vF = pNumbers->vFloats;
-        std::vector<uint32_t>& vI = pNumbers->vIndices;
         if (bFloats)
-            cWords.Finish([&vF](const char* w, const char* e) { return FloatAt(w, e, vF); });
+            cWords.Finish(pNumbers->vFloats);
         else
-            cWords.Finish([&vI](const char* w, const char* e) { return IndexAt(w, e, vI); });
-        pNumbers->bBad = cWords.bBad;
-        cWords = SWords();
+            cWords.Finish(pNumbers->vIndices);
+        pNumbers->bBad = cWords.Bad();
+        cWords = QelColladaWords::QelColladaWordReader();
         pNode = nullptr;
         pNumbers = nullptr;
     }
 };
+
+/// How many indices the <p> of a triangles, lines or polylist element should hold, from its
+/// parent's count (or the corners its vcount lists) and its inputs' offsets; 0 when unknown.
+size_t ExpectedIndices(const xmlNode* pP)
+{
+    using namespace QelColladaXml;
+    const size_t kCap = size_t(1) << 40; // beyond any document; keeps the product from wrapping
+    const xmlNode* pPrim = pP->parent;
+    size_t nStride = 0;
+    for (const xmlNode* c = pPrim ? pPrim->children : nullptr; c; c = c->next)
+        if (Is(c, "input"))
+            nStride = std::max<size_t>(nStride, std::min(std::strtoull(Attr(c, "offset").c_str(), nullptr, 10), 255ull) + 1);
+    size_t nCorners = 0;
+    const bool bTriangles = Is(pPrim, "triangles");
+    if (bTriangles || Is(pPrim, "lines"))
+        nCorners = std::min<size_t>(std::strtoull(Attr(pPrim, "count").c_str(), nullptr, 10), kCap) * (bTriangles ? 3 : 2);
+    else if (const SNumbers* pCounts = Is(pPrim, "polylist") ? NumbersOf(Child(pPrim, "vcount")) : nullptr)
+        for (uint32_t n : pCounts->vIndices)
+            nCorners = std::min<size_t>(nCorners + n, kCap);
+    return nCorners * nStride;
+}
 
 SCapture& CaptureOf(void* pContext)
 {
@@ -208,10 +104,14 @@ void StartElement(void* pContext, const xmlChar* pLocal, const xmlChar* pPrefix,
     c.pNode = pCtxt->node;
     c.pNode->_private = c.pNumbers;
     c.bFloats = bFloats;
+    // Room is made at once from the counts the document declares, believed only as far as the
+    // text could hold them.
     if (!bFloats)
+    {
+        if (pName[0] == 'p')
+            c.pNumbers->vIndices.reserve(c.Room(ExpectedIndices(c.pNode), *pCtxt));
         return;
-    // A float array's count makes room at once, believed only as far as the rest of the text
-    // could hold it.
+    }
     for (int i = 0; i < nAttributes; ++i)
         if (std::strcmp(reinterpret_cast<const char*>(pAttributes[5 * i]), "count") == 0)
         {
@@ -219,8 +119,7 @@ void StartElement(void* pContext, const xmlChar* pLocal, const xmlChar* pPrefix,
             const char* pEnd = reinterpret_cast<const char*>(pAttributes[5 * i + 4]);
             unsigned long long n = 0;
             std::from_chars(pValue, pEnd, n);
-            const size_t nMost = (c.nLeft + size_t(pCtxt->input ? pCtxt->input->end - pCtxt->input->cur : 0)) / 2 + 1;
-            c.pNumbers->vFloats.reserve(n < nMost ? size_t(n) : nMost);
+            c.pNumbers->vFloats.reserve(c.Room(size_t(std::min<unsigned long long>(n, SIZE_MAX)), *pCtxt));
         }
 }
 
@@ -280,6 +179,7 @@ xmlDocPtr QelColladaXml::Parse(const char* pData, size_t nSize, QelLoadLog& log,
     // then never becomes a node of its own to be copied and read again.
     SCapture capture;
     capture.pCaptured = &captured;
+    capture.nRoom = nSize / 2 + 1;
     pCtxt->_private = &capture;
     pCtxt->sax->startElementNs = StartElement;
     pCtxt->sax->endElementNs = EndElement;
@@ -374,25 +274,23 @@ unsigned QelColladaXml::Line(const xmlNode* p)
 
 namespace
 {
-/// The words of an element's text and CDATA children read by fnAt into v, for elements whose
-/// numbers were not taken while the document was parsed. fnReserve is told each child's length.
+/// The words of an element's text and CDATA children read into v, for elements whose numbers were
+/// not taken while the document was parsed. fnReserve is told each child's length.
 template <class T, class FnReserve>
-bool ReadTextWords(const xmlNode* p, std::vector<T>& v, FnReserve fnReserve,
-                   const char* (*fnAt)(const char*, const char*, std::vector<T>&))
+bool ReadTextWords(const xmlNode* p, std::vector<T>& v, FnReserve fnReserve)
 {
-    SWords words;
-    auto at = [&v, fnAt](const char* w, const char* e) { return fnAt(w, e, v); };
-    for (const xmlNode* c = p ? p->children : nullptr; c && !words.bBad; c = c->next)
+    QelColladaWords::QelColladaWordReader words;
+    for (const xmlNode* c = p ? p->children : nullptr; c && !words.Bad(); c = c->next)
     {
         if ((c->type != XML_TEXT_NODE && c->type != XML_CDATA_SECTION_NODE) || !c->content)
             continue;
         const char* s = reinterpret_cast<const char*>(c->content);
         const size_t nLength = std::strlen(s);
         fnReserve(nLength);
-        words.Feed(s, s + nLength, at);
+        words.Feed(s, s + nLength, v);
     }
-    words.Finish(at);
-    return !words.bBad;
+    words.Finish(v);
+    return !words.Bad();
 }
 } // namespace
 
@@ -412,7 +310,7 @@ bool QelColladaXml::Floats(const xmlNode* p, std::vector<float>& v, size_t nExpe
             nExpected = 0;
         }
     };
-    return ReadTextWords(p, v, reserve, FloatAt);
+    return ReadTextWords(p, v, reserve);
 }
 
 bool QelColladaXml::Indices(const xmlNode* p, std::vector<uint32_t>& v)
@@ -423,7 +321,7 @@ bool QelColladaXml::Indices(const xmlNode* p, std::vector<uint32_t>& v)
         return !pNumbers->bBad;
     }
     // Index lists are the bulk of a document: room is made once for the most the text can hold.
-    return ReadTextWords(p, v, [&v](size_t nLength) { v.reserve(v.size() + nLength / 2 + 1); }, IndexAt);
+    return ReadTextWords(p, v, [&v](size_t nLength) { v.reserve(v.size() + nLength / 2 + 1); });
 }
 
 std::string QelColladaXml::Fragment(const std::string& strUrl)
