@@ -40,6 +40,7 @@ int QelImmediateModeBufferDef::NumVertices() const
 void QelImmediateModeBufferDef::SetEnd(size_t nUsed)
 {
     QelImmediateModeCursor& c = m_cCursor;
+    CancelPrefill();
     const bool bRoom = c.m_cLayout.m_nVertexCoords > 0 && m_cGathered.Data() &&
                        nUsed + Room(size_t(c.m_cLayout.m_nVertexSize)) <= m_cGathered.Capacity();
     if (bRoom)
@@ -155,12 +156,12 @@ bool QelImmediateModeBufferDef::Relayout()
     c.m_cLayout = lNew;
     c.m_nAll = 0;
     for (int i = 0; i < kQelTextureLayers; ++i)
-        if (lNew.m_nTexCoordOffsets[i] >= 0)
+        m_aSpans[i] = {lNew.m_nTexCoordOffsets[i], lNew.m_nTexCoords[i]};
+    m_aSpans[kQelTextureLayers] = {lNew.m_nNormalOffset, 3};
+    m_aSpans[kQelTextureLayers + 1] = {lNew.m_nColorOffset, 1};
+    for (int i = 0; i < kAttributes; ++i)
+        if (m_aSpans[i].nOffset >= 0)
             c.m_nAll |= uint16_t(1u << i);
-    if (lNew.m_nNormalOffset >= 0)
-        c.m_nAll |= QelImmediateModeCursor::kNormalBit;
-    if (lNew.m_nColorOffset >= 0)
-        c.m_nAll |= QelImmediateModeCursor::kColorBit;
     SetEnd(size_t(nGathered) * nStride);
     return true;
 }
@@ -173,29 +174,43 @@ const unsigned char* QelImmediateModeBufferDef::Previous()
 
 void QelImmediateModeBufferDef::CopyAttributes(const unsigned char* pFrom, unsigned char* pTo, unsigned nMask) const
 {
-    const QelVertexLayout& l = m_cCursor.m_cLayout;
-    for (int i = 0; i < kQelTextureLayers; ++i)
-        if ((nMask >> i) & 1u)
-            std::memcpy(pTo + l.m_nTexCoordOffsets[i], pFrom + l.m_nTexCoordOffsets[i], 4 * size_t(l.m_nTexCoords[i]));
-    if (nMask & QelImmediateModeCursor::kNormalBit)
-        std::memcpy(pTo + l.m_nNormalOffset, pFrom + l.m_nNormalOffset, 12);
-    if (nMask & QelImmediateModeCursor::kColorBit)
-        std::memcpy(pTo + l.m_nColorOffset, pFrom + l.m_nColorOffset, 4);
+    // Only the marked attributes are visited: a host that sets one attribute a vertex and leaves
+    // the rest pays for those it left, word by word (each is 1 to 4 words).
+    for (; nMask; nMask &= nMask - 1)
+    {
+        const SSpan& span = m_aSpans[__builtin_ctz(nMask)];
+        for (int k = 0; k < span.nWords; ++k)
+        {
+            uint32_t nWord;
+            std::memcpy(&nWord, pFrom + span.nOffset + 4 * k, 4);
+            std::memcpy(pTo + span.nOffset + 4 * k, &nWord, 4);
+        }
+    }
 }
 
 void QelImmediateModeBufferDef::Sync()
 {
     QelImmediateModeCursor& c = m_cCursor;
-    if (!c.HasSlot())
-        return;
-    const size_t nStride = size_t(c.m_cLayout.m_nVertexSize);
-    if (c.m_nSet != c.m_nAll)
+    if (c.HasSlot())
     {
-        std::memmove(c.Bytes(), Previous(), nStride);
-        CopyAttributes(c.m_pNext, c.Bytes(), c.m_nSet);
+        const size_t nStride = size_t(c.m_cLayout.m_nVertexSize);
+        const unsigned nHave = c.m_nSet | c.Prefilled();
+        if (nHave != c.m_nAll)
+        {
+            std::memmove(c.Bytes(), Previous(), nStride);
+            CopyAttributes(c.m_pNext, c.Bytes(), nHave);
+        }
+        else
+            std::memcpy(c.Bytes(), c.m_pNext, nStride);
     }
-    else
-        std::memcpy(c.Bytes(), c.m_pNext, nStride);
+    // What the caller changes next would leave the copies ahead out of date.
+    CancelPrefill();
+}
+
+void QelImmediateModeBufferDef::CancelPrefill()
+{
+    m_cCursor.m_nPrefill = 0;
+    m_cCursor.m_pPrefillEnd = nullptr;
 }
 
 void QelImmediateModeBufferDef::Restore()
@@ -210,11 +225,24 @@ void QelImmediateModeBufferDef::Restore()
 void QelImmediateModeBufferDef::EmitPartial()
 {
     QelImmediateModeCursor& c = m_cCursor;
-    CopyAttributes(Previous(), c.m_pNext, c.m_nAll & ~unsigned(c.m_nSet));
-    c.m_pNext += c.m_cLayout.m_nVertexSize;
+    const size_t nStride = size_t(c.m_cLayout.m_nVertexSize);
+    CopyAttributes(Previous(), c.m_pNext, c.m_nAll & ~(c.m_nSet | c.Prefilled()));
+    // What the host left alone this time it will likely leave alone next: copy it into the slots
+    // ahead, so that those vertices go out whole.
+    const unsigned nKeep = c.m_nAll & ~unsigned(c.m_nSet);
+    const unsigned char* pEmitted = c.m_pNext;
+    c.m_pNext += nStride;
     c.m_nSet = 0;
     if (!c.HasSlot())
-        SlotFull();
+    {
+        CancelPrefill();
+        return SlotFull();
+    }
+    unsigned char* p = c.m_pNext;
+    for (int n = 0; n < kPrefillVertices && p < c.m_pLimit; ++n, p += nStride)
+        CopyAttributes(pEmitted, p, nKeep);
+    c.m_nPrefill = uint16_t(nKeep);
+    c.m_pPrefillEnd = p;
 }
 
 void QelImmediateModeBufferDef::SlotFull()

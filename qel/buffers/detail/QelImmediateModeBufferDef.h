@@ -36,6 +36,8 @@ private:
     int Gathered() const;
     /// Brings the current vertex into the cursor's words, where the out-of-line paths change it.
     void Sync();
+    /// Forgets the attributes copied ahead into the next slots.
+    void CancelPrefill();
     /// Puts the current vertex from the cursor's words into the slot, if there is one.
     void Restore();
     /// Where the attributes not set in the slot come from: the vertex before it.
@@ -55,7 +57,21 @@ private:
     static void Repack(const unsigned char* pOld, const QelVertexLayout& lOld, unsigned char* pNew,
                        const QelVertexLayout& lNew);
 
+    /// Attributes other than the position, in the order of the cursor's marks: the layers, the
+    /// normal, the color.
+    static constexpr int kAttributes = kQelTextureLayers + 2;
+    /// Slots ahead that an attribute left alone is copied into.
+    static constexpr int kPrefillVertices = 64;
+    static_assert(QelImmediateModeCursor::kColorBit == 1u << (kAttributes - 1), "a mark for each attribute");
+    /// Where an attribute lies in the layout (offset -1: absent) and how many words it has.
+    struct SSpan
+    {
+        int nOffset;
+        int nWords;
+    };
+
     QelImmediateModeCursor m_cCursor;
+    SSpan m_aSpans[kAttributes] = {};
     bool m_bLayerUsed[kQelTextureLayers] = {};
     int m_nLayerCoords[kQelTextureLayers] = {};
     bool m_bNormalUsed = false;

@@ -38,6 +38,11 @@ struct QelImmediateModeCursor
     uint16_t m_nSet = 0;
     /// Every attribute the layout has, in m_nSet's bits.
     uint16_t m_nAll = 0;
+    /// Attributes already copied into the slots below m_pPrefillEnd: a host that leaves an
+    /// attribute alone for many vertices (one color for a whole mesh) then emits them without a
+    /// copy each. Setting one of them again ends that, as the copies are then out of date.
+    uint16_t m_nPrefill = 0;
+    unsigned char* m_pPrefillEnd = nullptr;
     /// Layout of the gathered vertices and of the current one.
     QelVertexLayout m_cLayout;
     /// The current vertex while the slot is not in the array, and where the out-of-line paths
@@ -67,10 +72,15 @@ struct QelImmediateModeCursor
         reinterpret_cast<uint32_t*>(m_pNext + nOffset)[0] = nRgba;
     }
 
-    /// Moves past the slot once every attribute was set in it; false leaves it to the caller.
+    /// The attributes copied into the slot ahead of time.
+    unsigned Prefilled() const { return uintptr_t(m_pNext) < uintptr_t(m_pPrefillEnd) ? m_nPrefill : 0u; }
+
+    /// Moves past the slot once every attribute is in it, set or copied ahead, and none of those
+    /// copied was set again; false leaves it to the caller.
     bool EmitWhole()
     {
-        if (m_nSet != m_nAll)
+        const unsigned nPrefilled = Prefilled();
+        if ((m_nSet | nPrefilled) != m_nAll || (m_nSet & nPrefilled) != 0)
             return false;
         m_pNext += m_cLayout.m_nVertexSize;
         m_nSet = 0;
