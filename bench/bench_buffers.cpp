@@ -354,7 +354,8 @@ inline void VertexValues(int i, float& x, float& y, float& s, unsigned long& nCo
     nColor = 0xFF000000ul | (unsigned long)(i & 0xFFFFFF);
 }
 
-void GatherImmediate(QelImmediateModeBuffer& b)
+/// Four calls a vertex; or three, with one color set before the first vertex for the whole mesh.
+void GatherImmediate(QelImmediateModeBuffer& b, bool bOneColor = false)
 {
     float x, y, s;
     unsigned long nColor;
@@ -363,7 +364,8 @@ void GatherImmediate(QelImmediateModeBuffer& b)
         VertexValues(i, x, y, s, nColor);
         b.TexCoord2(0, s, 0.5f);
         b.Normal(0.0f, 0.0f, 1.0f);
-        b.Color4(nColor);
+        if (!bOneColor || i == 0)
+            b.Color4(nColor);
         b.Vertex3(x, y, 0.0f);
     }
 }
@@ -432,6 +434,24 @@ void BM_Qel_ImmediateGatherAndFinish(benchmark::State& state)
     }
 }
 BENCHMARK(BM_Qel_ImmediateGatherAndFinish)->Apply(Settled);
+
+// The same with one color for the whole mesh: each vertex leaves its color to the one before.
+void BM_Qel_ImmediateGatherOneColor(benchmark::State& state)
+{
+    if (!Context())
+        return state.SkipWithError("no OpenGL context");
+    QelImmediateModeBuffer b(kGathered);
+    for (auto _ : state)
+    {
+        GatherImmediate(b, true);
+        b.FinishVertices();
+        glFinish();
+        state.PauseTiming();
+        b.Clear();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(BM_Qel_ImmediateGatherOneColor)->Apply(Settled);
 
 void BM_Raw_HandInterleaveAndUpload(benchmark::State& state)
 {
