@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -177,6 +178,36 @@ TEST(CColladaLoader, LookatPlacesTheNodeAtTheEyeFacingThePoint)
     ExpectNear(m.GetTranslation(), QelVec3(0, 0, 5));
     ExpectNear(m.GetColumn(2), QelVec3(0, 0, 1)); // -z looks toward the origin
     ExpectNear(m.GetColumn(1), QelVec3(0, 1, 0));
+}
+
+// A polygon with holes is cut by its holes: a 4 x 4 square less a 2 x 2 one in its middle covers
+// 12, and no triangle lies in the hole. A hole of two corners encloses nothing and is left out.
+TEST(CColladaLoader, PolygonsWithHolesAreCutByThem)
+{
+    const std::string strGeometry = R"(<library_geometries><geometry id="holed"><mesh>
+ <source id="hp"><float_array id="hp-a" count="24">0 0 0 4 0 0 4 4 0 0 4 0 1 1 0 3 1 0 3 3 0 1 3 0</float_array>
+  <technique_common><accessor source="#hp-a" count="8" stride="3"><param name="X" type="float"/><param name="Y" type="float"/><param name="Z" type="float"/></accessor></technique_common></source>
+ <vertices id="hv"><input semantic="POSITION" source="#hp"/></vertices>
+ <polygons count="1"><input semantic="VERTEX" source="#hv" offset="0"/><ph><p>0 1 2 3</p><h>4 5 6 7</h><h>4 5</h></ph></polygons>
+</mesh></geometry></library_geometries>)";
+    QelModelTempDir dir;
+    QelCapture cap;
+    QelModelData data;
+    ASSERT_TRUE(LoadText(dir, "holes.dae", Document("", strGeometry + Scene("<node><instance_geometry url=\"#holed\"/></node>")), data));
+    EXPECT_TRUE(cap.Messages().empty()) << cap.Joined();
+    ASSERT_EQ(data.m_vMeshes.size(), 1u);
+    const QelModelMesh& m = data.m_vMeshes[0];
+    ASSERT_EQ(m.m_vTriangles.size(), 8u * 3u);
+    float fArea = 0.0f;
+    for (size_t t = 0; t < m.m_vTriangles.size(); t += 3)
+    {
+        const QelVec3 a = m.m_vPositions[m.m_vTriangles[t]], b = m.m_vPositions[m.m_vTriangles[t + 1]],
+                      c = m.m_vPositions[m.m_vTriangles[t + 2]];
+        fArea += 0.5f * std::fabs((b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y));
+        const QelVec3 center = (a + b + c) / 3.0f;
+        EXPECT_FALSE(center.x > 1 && center.x < 3 && center.y > 1 && center.y < 3) << "triangle " << t / 3 << " in the hole";
+    }
+    EXPECT_NEAR(fArea, 12.0f, 1e-4f);
 }
 
 TEST(CColladaLoader, NumbersAreReadWhateverSplitsTheirText)

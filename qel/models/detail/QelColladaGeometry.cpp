@@ -1,6 +1,7 @@
 #include "qel/models/detail/QelColladaGeometry.h"
 
 #include "qel/models/detail/QelLoadLog.h"
+#include "qel/models/detail/QelPolygonTessellator.h"
 
 #include <algorithm>
 #include <cstring>
@@ -216,6 +217,10 @@ void QelColladaGeometry::AddInput(std::vector<SInput>& v, const std::string& str
         }
 }
 
+QelColladaGeometry::QelColladaGeometry(const QelColladaXml::IdMap& ids, QelLoadLog& log) : m_ids(ids), m_log(log) {}
+
+QelColladaGeometry::~QelColladaGeometry() = default;
+
 std::vector<QelColladaPrimitive> QelColladaGeometry::Read(const xmlNode* pGeometry)
 {
     std::vector<QelColladaPrimitive> v;
@@ -328,8 +333,8 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
                                   std::to_string(b.pBadSource->nCount) + " elements of its source; the element is skipped");
         bReported = true;
     };
-    // Emits one polygon, strip or fan of nCorners corners starting at index tuple nFirst.
-    auto emit = [&](size_t nFirst, size_t nCorners) {
+    // The vertices of nCorners corners starting at index tuple nFirst, into vCorner.
+    auto gather = [&](size_t nFirst, size_t nCorners) {
         vCorner.clear();
         for (size_t k = 0; k < nCorners; ++k)
         {
@@ -337,10 +342,16 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
             if (v == kBad)
             {
                 reportBad();
-                return;
+                return false;
             }
             vCorner.push_back(v);
         }
+        return true;
+    };
+    // Emits one polygon, strip or fan of nCorners corners starting at index tuple nFirst.
+    auto emit = [&](size_t nFirst, size_t nCorners) {
+        if (!gather(nFirst, nCorners))
+            return;
         std::vector<uint32_t>& vOut = bLines ? out.cMesh.m_vLines : out.cMesh.m_vTriangles;
         for (size_t k = 0; bLines && k + 1 < nCorners; k += bStrips ? 1 : 2)
             vOut.insert(vOut.end(), {vCorner[k], vCorner[k + 1]});
@@ -420,14 +431,41 @@ bool QelColladaGeometry::ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive
     }
     else
     {
-        // polygons, tristrips, trifans, linestrips: one <p> per element; polygons with holes
-        // (<ph>) give their outer boundary.
+        // polygons, tristrips, trifans, linestrips: one <p> per element, or a <ph> of polygons:
+        // an outer <p> and <h> holes.
         for (const xmlNode* p = pPrim->children; p; p = p->next)
-        {
-            const xmlNode* pP = Is(p, "p") ? p : Is(p, "ph") ? Child(p, "p") : nullptr;
-            if (pP)
-                emit(0, readIndices(pP));
-        }
+            if (Is(p, "p"))
+                emit(0, readIndices(p));
+            else if (Is(p, "ph") && !bLines)
+            {
+                // A ring with a bad corner leaves the whole polygon out; one of fewer than three
+                // corners encloses nothing.
+                std::vector<std::vector<uint32_t>> vRings;
+                bool bGood = true;
+                for (const xmlNode* r = p->children; r && bGood; r = r->next)
+                    if (Is(r, vRings.empty() ? "p" : "h"))
+                    {
+                        bGood = gather(0, readIndices(r)) && (vCorner.size() >= 3 || !vRings.empty());
+                        if (bGood && vCorner.size() >= 3)
+                            vRings.push_back(vCorner);
+                    }
+                if (bGood && !vRings.empty())
+                    FillWithHoles(vRings, out.cMesh, Line(p));
+            }
     }
     return !out.cMesh.m_vTriangles.empty() || !out.cMesh.m_vLines.empty();
+}
+
+void QelColladaGeometry::FillWithHoles(const std::vector<std::vector<uint32_t>>& vRings, QelModelMesh& mesh, unsigned nLine)
+{
+    if (vRings.size() > 1)
+    {
+        if (!m_pTessellator)
+            m_pTessellator.reset(new QelPolygonTessellator);
+        if (m_pTessellator->Triangulate(mesh.m_vPositions, vRings, mesh.m_vTriangles))
+            return;
+        m_log.Warn(nLine, "<ph> holes could not be cut; the outer boundary is filled");
+    }
+    for (size_t k = 2; k < vRings[0].size(); ++k)
+        mesh.m_vTriangles.insert(mesh.m_vTriangles.end(), {vRings[0][0], vRings[0][k - 1], vRings[0][k]});
 }

@@ -5,10 +5,12 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 class QelLoadLog;
+class QelPolygonTessellator;
 
 /// One primitive element of a COLLADA mesh (triangles, polylist, polygons, tristrips, trifans,
 /// lines, linestrips) as model geometry, with the material symbol it names.
@@ -25,7 +27,8 @@ struct QelColladaPrimitive
 class QelColladaGeometry
 {
 public:
-    QelColladaGeometry(const QelColladaXml::IdMap& ids, QelLoadLog& log) : m_ids(ids), m_log(log) {}
+    QelColladaGeometry(const QelColladaXml::IdMap& ids, QelLoadLog& log);
+    ~QelColladaGeometry();
 
     /// The primitives of the geometry (none for geometry that is not a mesh, with a warning).
     std::vector<QelColladaPrimitive> Read(const xmlNode* pGeometry);
@@ -62,10 +65,14 @@ private:
 
     const SSource* Source(const std::string& strUrl, unsigned nLine);
     bool ReadPrimitive(const xmlNode* pPrim, QelColladaPrimitive& out);
+    /// Triangles filling the first ring of vertices minus the others; the first ring alone, as a
+    /// fan, where the holes cannot be cut (reported).
+    void FillWithHoles(const std::vector<std::vector<uint32_t>>& vRings, QelModelMesh& mesh, unsigned nLine);
     void AddInput(std::vector<SInput>& v, const std::string& strSemantic, uint32_t nOffset, int nSet,
                   const std::string& strSource, unsigned nLine);
 
     const QelColladaXml::IdMap& m_ids;
     QelLoadLog& m_log;
+    std::unique_ptr<QelPolygonTessellator> m_pTessellator; ///< made at the first polygon with holes
     std::map<std::string, SSource> m_mapSources;
 };

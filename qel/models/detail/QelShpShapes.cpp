@@ -1,20 +1,12 @@
 #include "qel/models/detail/QelShpShapes.h"
 
 #include "qel/models/QelModelMesh.h"
-
-#include <GL/glu.h>
+#include "qel/models/detail/QelGluTessellator.h"
 
 #include <cmath>
 
 namespace
 {
-#ifndef CALLBACK
-#define CALLBACK
-#endif
-
-void CALLBACK TessBegin(GLenum, void*) {}
-void CALLBACK TessEdgeFlag(GLboolean, void*) {}
-
 void CALLBACK TessVertex(void* pVertex, void* pSelf)
 {
     static_cast<QelShpShapes*>(pSelf)->OnVertex(*static_cast<QelShpShapes::SVertex*>(pVertex));
@@ -38,16 +30,10 @@ bool HasZ(int nType)
 } // namespace
 
 QelShpShapes::QelShpShapes(double fOriginX, double fOriginY, double fOriginZ)
-    : m_fOrigin{fOriginX, fOriginY, fOriginZ}, m_pTess(gluNewTess())
+    : m_fOrigin{fOriginX, fOriginY, fOriginZ},
+      m_pTess(QelNewGluTessellator(reinterpret_cast<_GLUfuncptr>(TessVertex), reinterpret_cast<_GLUfuncptr>(TessCombine),
+                                   reinterpret_cast<_GLUfuncptr>(TessError)))
 {
-    if (!m_pTess)
-        return;
-    gluTessCallback(m_pTess, GLU_TESS_BEGIN_DATA, reinterpret_cast<_GLUfuncptr>(TessBegin));
-    gluTessCallback(m_pTess, GLU_TESS_EDGE_FLAG_DATA, reinterpret_cast<_GLUfuncptr>(TessEdgeFlag));
-    gluTessCallback(m_pTess, GLU_TESS_VERTEX_DATA, reinterpret_cast<_GLUfuncptr>(TessVertex));
-    gluTessCallback(m_pTess, GLU_TESS_COMBINE_DATA, reinterpret_cast<_GLUfuncptr>(TessCombine));
-    gluTessCallback(m_pTess, GLU_TESS_ERROR_DATA, reinterpret_cast<_GLUfuncptr>(TessError));
-    gluTessProperty(m_pTess, GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_ODD);
 }
 
 QelShpShapes::~QelShpShapes()
