@@ -576,12 +576,13 @@ BENCHMARK(BM_Raw_HandInterleave)->Apply(Settled);
 int main(int argc, char** argv)
 {
 #if defined(__GLIBC__)
-    // Arrays of a megabyte and more always come fresh from the system, as at the start of a
-    // process. glibc otherwise raises that bound after a large free (the 1,000,000-triangle rows
-    // free hundreds of megabytes), and then one row of a pair can get recycled memory while its
-    // peer, asking for a few bytes more, faults in fresh pages: a ratio of the allocator, not of
-    // the code measured.
-    mallopt(M_MMAP_THRESHOLD, 1 << 20);
+    // Arrays of up to 32 MB are served from memory the process already holds, as in a host that
+    // fills its buffers again and again, and never given back. glibc otherwise moves its bound for
+    // fresh memory after each large free (the 1,000,000-triangle rows free hundreds of megabytes),
+    // and then one row of a pair can get recycled memory while its peer, asking for a few bytes
+    // more, faults in fresh pages: a ratio of the allocator, not of the code measured.
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
 #endif
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))

@@ -398,7 +398,11 @@ bool QelGeometryBuffer::DrawIndexed(EPrimitiveType eType, int nStart, int nCount
         {
             const void* pFirst = bVideo ? reinterpret_cast<const void*>(uintptr_t(f.nWidth) * unsigned(nStart))
                                         : static_cast<const void*>(d.m_vIndices.data() + nStart);
+            // Every 8- or 16-bit piece of a stored entry is at most the entry itself, so when the
+            // largest entry is in range no part of the array needs reading again.
+            const bool bAllInRange = d.m_nMaxAddedIndex < unsigned(nVertices);
             const unsigned int nLargest = bVideo                   ? d.m_nMaxUploadedIndex
+                                          : bAllInRange   ? d.m_nMaxAddedIndex
                                           : f.nWidth == 1 ? LargestElement<uint8_t>(pFirst, nCount)
                                           : f.nWidth == 2 ? LargestElement<uint16_t>(pFirst, nCount)
                                                           : LargestElement<uint32_t>(pFirst, nCount);
