@@ -421,15 +421,16 @@ void BM_Raw_BufferData_18MB(benchmark::State& state)
 }
 BENCHMARK(BM_Raw_BufferData_18MB)->Apply(Settled);
 
-// Gathering: four calls a vertex, then the upload, against the same values stored by hand.
-void BM_Qel_ImmediateGatherAndFinish(benchmark::State& state)
+// Gathering: four calls a vertex, then the upload, against the same values stored by hand; and the
+// same with one color for the whole mesh, where each vertex leaves its color to the one before.
+void BM_Qel_ImmediateGather(benchmark::State& state, bool bOneColor)
 {
     if (!Context())
         return state.SkipWithError("no OpenGL context");
     QelImmediateModeBuffer b(kGathered);
     for (auto _ : state)
     {
-        GatherImmediate(b);
+        GatherImmediate(b, bOneColor);
         b.FinishVertices();
         glFinish();
         state.PauseTiming();
@@ -437,25 +438,8 @@ void BM_Qel_ImmediateGatherAndFinish(benchmark::State& state)
         state.ResumeTiming();
     }
 }
-BENCHMARK(BM_Qel_ImmediateGatherAndFinish)->Apply(Settled);
-
-// The same with one color for the whole mesh: each vertex leaves its color to the one before.
-void BM_Qel_ImmediateGatherOneColor(benchmark::State& state)
-{
-    if (!Context())
-        return state.SkipWithError("no OpenGL context");
-    QelImmediateModeBuffer b(kGathered);
-    for (auto _ : state)
-    {
-        GatherImmediate(b, true);
-        b.FinishVertices();
-        glFinish();
-        state.PauseTiming();
-        b.Clear();
-        state.ResumeTiming();
-    }
-}
-BENCHMARK(BM_Qel_ImmediateGatherOneColor)->Apply(Settled);
+BENCHMARK_CAPTURE(BM_Qel_ImmediateGather, AndFinish, false)->Apply(Settled);
+BENCHMARK_CAPTURE(BM_Qel_ImmediateGather, OneColor, true)->Apply(Settled);
 
 void BM_Raw_HandInterleaveAndUpload(benchmark::State& state)
 {

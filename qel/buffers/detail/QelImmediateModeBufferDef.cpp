@@ -295,29 +295,25 @@ void QelImmediateModeBufferDef::TexCoord(const char* pName, unsigned int nLayer,
 
 void QelImmediateModeBufferDef::Normal(const float* pXyz)
 {
-    Sync();
-    if (!m_bNormalUsed)
-    {
-        m_bNormalUsed = true;
-        Relayout();
-    }
-    const QelVertexLayout& l = m_cCursor.m_cLayout;
-    if (l.m_nNormalOffset >= 0)
-        std::memcpy(m_cCursor.Bytes() + l.m_nNormalOffset, pXyz, 12);
-    Restore();
+    SetAttribute(m_bNormalUsed, &QelVertexLayout::m_nNormalOffset, pXyz, 12);
 }
 
 void QelImmediateModeBufferDef::Color(const unsigned char* pRgba)
 {
+    SetAttribute(m_bColorUsed, &QelVertexLayout::m_nColorOffset, pRgba, 4);
+}
+
+void QelImmediateModeBufferDef::SetAttribute(bool& bUsed, int QelVertexLayout::*pOffset, const void* pValue, size_t nBytes)
+{
     Sync();
-    if (!m_bColorUsed)
+    if (!bUsed)
     {
-        m_bColorUsed = true;
+        bUsed = true;
         Relayout();
     }
-    const QelVertexLayout& l = m_cCursor.m_cLayout;
-    if (l.m_nColorOffset >= 0)
-        std::memcpy(m_cCursor.Bytes() + l.m_nColorOffset, pRgba, 4);
+    const int nOffset = m_cCursor.m_cLayout.*pOffset;
+    if (nOffset >= 0) // else a relayout failed, reported already
+        std::memcpy(m_cCursor.Bytes() + nOffset, pValue, nBytes);
     Restore();
 }
 

@@ -36,6 +36,9 @@ private:
     int Gathered() const;
     /// Brings the current vertex into the cursor's words, where the out-of-line paths change it.
     void Sync();
+    /// Sets the normal or the color (whose layout offset pOffset names) to nBytes from pValue,
+    /// first giving the layout room for it when bUsed says it has none yet.
+    void SetAttribute(bool& bUsed, int QelVertexLayout::*pOffset, const void* pValue, size_t nBytes);
     /// Forgets the attributes copied ahead into the next slots.
     void CancelPrefill();
     /// Puts the current vertex from the cursor's words into the slot, if there is one.
