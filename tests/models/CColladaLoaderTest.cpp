@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <string>
@@ -241,6 +242,101 @@ TEST(CColladaLoader, NumbersAreReadWhateverSplitsTheirText)
     {
         SCOPED_TRACE(i);
         EXPECT_EQ(m.m_vPositions[m.m_vTriangles[i]], vExpected[kCorners[i]]);
+    }
+}
+
+TEST(CColladaLoader, LongArraysReadTheSameWhateverTheirTextHolds)
+{
+    // Long number text is read past the XML parser; whatever else the text holds, wherever it
+    // falls against the parser's reads (comments, CDATA, references, processing instructions,
+    // a child's long attribute), the numbers and the lines of later elements must not change.
+    const int nVertices = 6000;
+    std::string strFloats = "\n", strIndices = "\n";
+    for (int i = 0; i < nVertices; ++i)
+    {
+        strFloats += std::to_string(i) + ".25 " + std::to_string(i % 97) + " -" + std::to_string(i * 3) + ".5\n";
+        strIndices += std::to_string(i) + (i % 8 == 7 ? "\n" : " ");
+    }
+    auto document = [&](const std::string& strF, const std::string& strI) {
+        return std::string(kHead) + "<library_geometries><geometry id=\"g\"><mesh><source id=\"p\"><float_array id=\"pa\" count=\"" +
+               std::to_string(3 * nVertices) + "\">" + strF + "</float_array><technique_common><accessor source=\"#pa\" count=\"" +
+               std::to_string(nVertices) + "\" stride=\"3\"/></technique_common></source><vertices id=\"v\"><input semantic=\"POSITION\" "
+               "source=\"#p\"/></vertices><triangles count=\"" + std::to_string(nVertices / 3) + "\"><input semantic=\"VERTEX\" "
+               "source=\"#v\" offset=\"0\"/><p>" + strI + "</p></triangles>\n<triangles count=\"1\"><input semantic=\"VERTEX\" "
+               "source=\"#v\" offset=\"0\"/><p>0 1 99999</p></triangles></mesh></geometry></library_geometries>" +
+               Scene("<node id=\"n\"><instance_geometry url=\"#g\"/></node>") + "</COLLADA>";
+    };
+    const std::string strDigits(5000, '7');
+    struct Obstacle
+    {
+        const char* m_pName;
+        std::string m_strBefore, m_strAfter; // around a stretch of the text, or put in at one place
+        size_t m_nWrap;                      // bytes of the text wrapped
+    };
+    const Obstacle kObstacles[] = {
+        {"short comment", "<!-- 1 2 -->", "", 0},
+        {"long comment", "<!--" + strDigits + "-->", "", 0},
+        {"CDATA", "<![CDATA[", "]]>", 30},
+        {"long CDATA", "<![CDATA[", "]]>", 6000},
+        {"reference", "&#32;", "", 0},
+        {"own marker", "<?qel-run 0 0000000000000000?>", "", 0},
+        {"processing instruction", "<?pi " + strDigits + "?>", "", 0},
+        {"child with a long attribute", "<x a=\"" + strDigits + "\"/>", "", 0},
+    };
+    const std::vector<uint32_t> vFlat = [&] {
+        std::vector<uint32_t> v;
+        for (uint32_t i = 0; i < uint32_t(nVertices); ++i)
+            v.push_back(i);
+        return v;
+    }();
+    auto check = [&](const std::string& strText) {
+        QelCapture cap;
+        QelModelData data;
+        ASSERT_TRUE(CColladaLoader::LoadFromMemory(strText.data(), strText.size(), "long.dae", "", data));
+        const size_t nLine = size_t(std::count(strText.begin(), strText.begin() + strText.rfind("<triangles"), '\n')) + 1;
+        ASSERT_EQ(cap.Messages().size(), 1u) << cap.Joined();
+        EXPECT_EQ(cap.Messages()[0], "<warning> CColladaLoader - [long.dae] line " + std::to_string(nLine) +
+                                         ": <triangles> index 99999 is past the " +
+                                         std::to_string(nVertices) + " elements of its source; the element is skipped\n");
+        ASSERT_EQ(data.m_vMeshes.size(), 1u);
+        const QelModelMesh& m = data.m_vMeshes[0];
+        ASSERT_EQ(m.m_vTriangles, vFlat);
+        for (int i = 0; i < nVertices; i += 5)
+            ASSERT_EQ(m.m_vPositions[size_t(i)], QelVec3(float(i) + 0.25f, float(i % 97), -float(i * 3) - 0.5f)) << "vertex " << i;
+    };
+    check(document(strFloats, strIndices));
+    for (const Obstacle& o : kObstacles)
+        for (int nText = 0; nText < 2; ++nText)
+        {
+            const std::string& strText = nText ? strIndices : strFloats;
+            for (size_t nAt = 0; nAt < 14000; nAt += 307)
+            {
+                SCOPED_TRACE(std::string(o.m_pName) + (nText ? " in the indices at " : " in the floats at ") + std::to_string(nAt));
+                // At a gap, so that no word is cut in two.
+                const size_t nBegin = strText.find_first_of(" \n", nAt);
+                const size_t nEnd = o.m_nWrap ? strText.find_first_of(" \n", nBegin + o.m_nWrap) : nBegin;
+                ASSERT_NE(nEnd, std::string::npos);
+                const std::string strChanged = strText.substr(0, nBegin) + o.m_strBefore + strText.substr(nBegin, nEnd - nBegin) +
+                                               o.m_strAfter + strText.substr(nEnd);
+                check(nText ? document(strFloats, strChanged) : document(strChanged, strIndices));
+                if (HasFatalFailure())
+                    return;
+            }
+        }
+    // A character XML forbids, far into the text or in its last word: the parser's verdict, not a
+    // short array.
+    for (size_t nBadAt : {strFloats.find(' ', 9000), strFloats.size() - 1})
+    {
+        SCOPED_TRACE(nBadAt);
+        std::string strBad = strFloats;
+        strBad[nBadAt] = '\x01';
+        const std::string strText = document(strBad, strIndices);
+        QelCapture cap;
+        QelModelData data;
+        EXPECT_FALSE(CColladaLoader::LoadFromMemory(strText.data(), strText.size(), "long.dae", "", data));
+        const size_t nBadLine = size_t(std::count(strText.begin(), strText.begin() + strText.find('\x01'), '\n')) + 1;
+        EXPECT_EQ(cap.Joined(), "<error> CColladaLoader - [long.dae] is not well-formed XML (line " + std::to_string(nBadLine) +
+                                    ": PCDATA invalid Char value 1)\n");
     }
 }
 

@@ -28,8 +28,10 @@ using Captured = std::vector<std::unique_ptr<SNumbers>>;
 
 /// Parses the bytes (any encoding libxml2 detects, with or without a byte-order mark) without
 /// network access or entity substitution; null, with the parser's message, when not well-formed.
-/// The numbers of large elements go into captured.
-xmlDocPtr Parse(const char* pData, size_t nSize, QelLoadLog& log, Captured& captured);
+/// The numbers of large elements go into captured. Number text of at least nMinRun bytes is read
+/// past the parser (kNoCuts: never); the result is the same either way.
+constexpr size_t kNoCuts = ~size_t(0);
+xmlDocPtr Parse(const char* pData, size_t nSize, QelLoadLog& log, Captured& captured, size_t nMinRun = 4096);
 /// The numbers read for the element while it was parsed, or null.
 inline const SNumbers* NumbersOf(const xmlNode* p)
 {

@@ -2,6 +2,7 @@
 
 #include "qel/models/detail/QelSwarDigits.h"
 
+#include <cfloat>
 #include <cstdint>
 #include <cstring>
 
@@ -106,6 +107,51 @@ inline const char* ShortDecimal(const char* p, const char* e, double& f)
     f = double(int64_t(n)) / kPowers[nFraction]; // below 2^53: exact, and a signed conversion is quicker
     f = bNeg ? -f : f;
     return p;
+}
+
+/// Whether ShortFloat and ShortFloatOf can work: with at most 7 digits around a point, the digits
+/// and the power of ten are exact floats, and one float division rounds the decimal itself; that
+/// needs floats computed in float.
+constexpr bool kShortFloats = FLT_EVAL_METHOD == 0;
+
+/// x with its byte k taken out and the bytes above it moved down one: a word's point removed.
+inline uint64_t WithoutByte(uint64_t x, unsigned k)
+{
+    const uint64_t nBelow = k ? ~uint64_t(0) >> (64 - 8 * k) : 0;
+    return (x & nBelow) | ((x >> 8) & ~nBelow);
+}
+
+/// The float of the nDigits digits (1 to 8) that start x, nFraction of them (at most 7, and only
+/// with at most 7 digits) after the point. Exact where kShortFloats holds.
+inline float ShortFloatOf(uint64_t x, unsigned nDigits, unsigned nFraction)
+{
+    static const float kPowers[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f, 1e6f, 1e7f};
+    return float(QelSwarDigits::Value(x, nDigits)) / kPowers[nFraction];
+}
+
+/// The float of a word of n characters from w, when it is a sign or none and then at most 8
+/// characters of digits with at most one point among them ("-0.123456", "12.5", "1234"): false
+/// for any other word, which the general readers then take. The 8 characters after the sign must
+/// be readable.
+inline bool ShortFloat(const char* w, unsigned n, float& f)
+{
+    const bool bSign = *w == '-' || *w == '+';
+    const unsigned m = n - unsigned(bSign);
+    if (!kShortFloats || m - 1 > 7) // also m == 0
+        return false;
+    uint64_t x = QelSwarDigits::Load8(w + bSign);
+    // The lowest byte that is a point (bytes above a zero byte may show falsely; the lowest not).
+    const uint64_t y = x ^ 0x2E2E2E2E2E2E2E2Eull;
+    const uint64_t nPoints = (y - 0x0101010101010101ull) & ~y & 0x8080808080808080ull;
+    const unsigned k = nPoints ? QelSwarDigits::LowestBit(nPoints) >> 3 : 8;
+    const unsigned nDigits = k < m ? m - 1 : m;
+    if (k < m)
+        x = WithoutByte(x, k);
+    if (nDigits == 0 || QelSwarDigits::LeadingDigits(x) < nDigits)
+        return false;
+    const float g = ShortFloatOf(x, nDigits, k < m ? m - 1 - k : 0);
+    f = *w == '-' ? -g : g;
+    return true;
 }
 
 /// Reads [p, e) whole as a plain decimal; false (f unchanged) for any other form.
