@@ -202,46 +202,17 @@ inline bool FloatWord(const char* w, unsigned n, const char* e, float& f)
     const char* p = w;
     return SlowFloat(p, w + n, f);
 }
-} // namespace
 
-// Both readers take whole blocks of words first; the last words before e, and any word too long
-// for a block, are read one at a time, the common short numbers with their ending gap in one step.
-
-bool QelColladaWords::ReadFloats(const char* s, const char* e, std::vector<float>& v)
+/// The numbers of [s, e) into v: whole blocks of words through fnBlockWord(pWord, nLength, nAt,
+/// block, x), then the last words before e, and any word too long for a block, through
+/// fnWord(s, e, x), which moves s to the word's end. False at the first word that is no number.
+template <class Block, class T, class FnBlockWord, class FnWord>
+bool ReadWords(const char* s, const char* e, std::vector<T>& v, FnBlockWord fnBlockWord, FnWord fnWord)
 {
-    SBatch<float> batch(v);
-    const bool bBlocks = WordsByBlock<SFloatBlock>(s, e, [&batch, e](const char* w, unsigned n, unsigned nAt, const SFloatBlock& block) {
-        float f = 0.0f;
-        if (!(block.bPlain && PlainFloatWord(w, n, nAt, block, f)) && !FloatWord(w, n, e, f))
-            return false;
-        batch.Add(f);
-        return true;
-    });
-    if (!bBlocks)
-        return false;
-    for (;;)
-    {
-        while (s < e && IsGap(*s))
-            ++s;
-        if (s >= e)
-            return true;
-        double d = 0.0;
-        float f = 0.0f;
-        const char* q = QelFastNumber::ShortDecimal(s, e, d);
-        if (q && IsGap(*q) && QelFastNumber::ToFloat(d, f))
-            s = q + 1;
-        else if (!SlowFloat(s, e, f))
-            return false;
-        batch.Add(f);
-    }
-}
-
-bool QelColladaWords::ReadIndices(const char* s, const char* e, std::vector<uint32_t>& v)
-{
-    SBatch<uint32_t> batch(v);
-    const bool bBlocks = WordsByBlock<SIndexBlock>(s, e, [&batch](const char* w, unsigned n, unsigned, const SIndexBlock& block) {
-        uint32_t x = 0;
-        if (!IndexWord(w, n, block.bDigits, x))
+    SBatch<T> batch(v);
+    T x{};
+    const bool bBlocks = WordsByBlock<Block>(s, e, [&](const char* w, unsigned n, unsigned nAt, const Block& block) {
+        if (!fnBlockWord(w, n, nAt, block, x))
             return false;
         batch.Add(x);
         return true;
@@ -250,20 +221,29 @@ bool QelColladaWords::ReadIndices(const char* s, const char* e, std::vector<uint
         return false;
     for (;;)
     {
-        while (s < e && IsGap(*s))
+        while (s < e && QelColladaWords::IsGap(*s))
             ++s;
         if (s >= e)
             return true;
-        uint32_t n = 0;
-        const uint64_t x = e - s >= 8 ? QelSwarDigits::Load8(s) : 0;
-        const unsigned nDigits = QelSwarDigits::LeadingDigits(x);
-        if (nDigits - 1 < 7 && IsGap(s[nDigits]))
-        {
-            n = QelSwarDigits::Value(x, nDigits);
-            s += nDigits + 1;
-        }
-        else if (!SlowIndex(s, e, n))
+        if (!fnWord(s, e, x))
             return false;
-        batch.Add(n);
+        batch.Add(x);
     }
+}
+} // namespace
+
+bool QelColladaWords::ReadFloats(const char* s, const char* e, std::vector<float>& v)
+{
+    auto blockWord = [e](const char* w, unsigned n, unsigned nAt, const SFloatBlock& block, float& f) {
+        return (block.bPlain && PlainFloatWord(w, n, nAt, block, f)) || FloatWord(w, n, e, f);
+    };
+    return ReadWords<SFloatBlock>(s, e, v, blockWord, SlowFloat);
+}
+
+bool QelColladaWords::ReadIndices(const char* s, const char* e, std::vector<uint32_t>& v)
+{
+    auto blockWord = [](const char* w, unsigned n, unsigned, const SIndexBlock& block, uint32_t& x) {
+        return IndexWord(w, n, block.bDigits, x);
+    };
+    return ReadWords<SIndexBlock>(s, e, v, blockWord, SlowIndex);
 }
