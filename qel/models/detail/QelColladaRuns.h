@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <string>
 
 /// Long stretches of an array's text that the XML parser is never handed. Scanning megabytes of
 /// digits as character data costs the parser more than reading them costs us, so the stretch is
