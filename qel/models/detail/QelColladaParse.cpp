@@ -4,10 +4,10 @@
 #include "qel/models/detail/QelColladaWords.h"
 #include "qel/models/detail/QelLoadLog.h"
 #include "qel/xml/detail/QelXMLQuiet.h"
+#include "qel/xml/detail/QelXMLRead.h"
 
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
-#include <libxml/xmlerror.h>
 
 #include <algorithm>
 #include <charconv>
@@ -18,8 +18,6 @@
 
 // The document is parsed into a tree, but the numbers of float arrays and index lists are taken
 // as the parser meets them and never become text nodes.
-
-using QelColladaWords::IsGap;
 
 namespace
 {
@@ -300,13 +298,7 @@ xmlDocPtr ParseOnce(const char* pData, size_t nSize, QelColladaXml::Captured& ca
     if (capture.bAnomaly || (pRuns && pRuns->Cuts() && (pRuns->Pending() || !bGood)))
         bRetry = true;
     else if (!bGood)
-    {
-        const xmlError* pErr = xmlCtxtGetLastError(pCtxt);
-        std::string strMessage = pErr && pErr->message ? pErr->message : "no document";
-        while (!strMessage.empty() && IsGap(strMessage.back()))
-            strMessage.pop_back();
-        strError = "is not well-formed XML (line " + std::to_string(pErr ? pErr->line : 0) + ": " + strMessage + ")";
-    }
+        strError = QelXMLNotWellFormed(pCtxt);
     if (pDoc && (bRetry || !bGood))
     {
         xmlFreeDoc(pDoc);

@@ -5,6 +5,7 @@
 #include "qel/xml/detail/QelBase64.h"
 #include "qel/xml/detail/QelXMLInterfaceDef.h"
 #include "qel/xml/detail/QelXMLQuiet.h"
+#include "qel/xml/detail/QelXMLRead.h"
 #include "qel/xml/detail/QelXMLSanitizer.h"
 
 #include <libxml/SAX2.h>
@@ -237,7 +238,6 @@ bool QelZmfDocument::Parse(const char* pData, size_t nSize, QelLoadLog& log)
         pDoc = pCtxt->myDoc;
         pCtxt->myDoc = nullptr;
         const bool bWellFormed = pCtxt->wellFormed != 0;
-        const xmlError* pErr = xmlCtxtGetLastError(pCtxt);
         if (src.bDamaged)
             strError = "is damaged: its compressed data is cut short or corrupt";
         else if (src.bTooLarge)
@@ -245,12 +245,7 @@ bool QelZmfDocument::Parse(const char* pData, size_t nSize, QelLoadLog& log)
         else if (state.bOutOfMemory)
             strError = "cannot be read (out of memory)";
         else if (!pDoc || !bWellFormed)
-        {
-            std::string strMessage = pErr && pErr->message ? pErr->message : "no document";
-            while (!strMessage.empty() && std::strchr(" \t\r\n", strMessage.back()))
-                strMessage.pop_back();
-            strError = QelFormat("is not well-formed XML (line %d: %s)", pErr ? pErr->line : 0, strMessage.c_str());
-        }
+            strError = QelXMLNotWellFormed(pCtxt);
         else if (QelXMLIsDeeperThan(xmlDocGetRootElement(pDoc), kQelXMLMaxDepth))
             strError = QelFormat("nests deeper than %u levels", kQelXMLMaxDepth);
         pCtxt->_private = nullptr;

@@ -98,3 +98,12 @@ QelXMLReadResult QelXMLReadFile(const std::string& strPath, unsigned long long n
     gzclose(s.pFile);
     return r;
 }
+
+std::string QelXMLNotWellFormed(_xmlParserCtxt* pCtxt)
+{
+    const xmlError* pErr = xmlCtxtGetLastError(pCtxt);
+    std::string strMessage = pErr && pErr->message ? pErr->message : "no document";
+    while (!strMessage.empty() && std::strchr(" \t\r\n", strMessage.back()))
+        strMessage.pop_back();
+    return "is not well-formed XML (line " + std::to_string(pErr ? pErr->line : 0) + ": " + strMessage + ")";
+}

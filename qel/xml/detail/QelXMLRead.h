@@ -3,8 +3,9 @@
 #include <cstddef>
 #include <string>
 
-// libxml2's own tag, declared here so that this header needs no libxml2 include path.
+// libxml2's own tags, declared here so that this header needs no libxml2 include path.
 struct _xmlDoc;
+struct _xmlParserCtxt;
 
 /// How a document's text came to the parser, and what became of it.
 struct QelXMLReadResult
@@ -23,3 +24,7 @@ QelXMLReadResult QelXMLReadText(const char* pText, size_t nLength, bool bRecover
 /// Parses a plain or gzip-compressed file, inflating it while it is read: a file that would grow
 /// past nLimit bytes is stopped there, before it takes the memory.
 QelXMLReadResult QelXMLReadFile(const std::string& strPath, unsigned long long nLimit);
+
+/// The loaders' message for a document the parser refused: "is not well-formed XML (line <n>:
+/// <libxml2's message>)", from the context's last error.
+std::string QelXMLNotWellFormed(_xmlParserCtxt* pCtxt);
