@@ -2,6 +2,7 @@
 
 #include "qel/models/CZmfLoader.h"
 #include "qel/models/QelModelFormat.h"
+#include "tests/support/QelTestApp.h"
 
 #include <cstring>
 #include <filesystem>
@@ -150,4 +151,23 @@ double TriangleAreaSum(const QelModelMesh& mesh, const QelVec3& vNormal, bool* p
     if (pAllPositive)
         *pAllPositive = bPositive;
     return fSum;
+}
+
+bool LoadText(const QelModelTempDir& dir, const std::string& strName, const std::string& strText, QelModelData& data)
+{
+    const bool bLoaded = RegisteredLoader(strName.substr(strName.rfind('.') + 1)).Load(dir.Write(strName, strText), data);
+    if (bLoaded)
+        ExpectOwnFormatRoundTrip(data, dir);
+    return bLoaded;
+}
+
+::testing::AssertionResult LoadsCleanly(const std::string& strName, const std::string& strText, QelModelData& data)
+{
+    QelModelTempDir dir;
+    QelCapture cap;
+    if (!LoadText(dir, strName, strText, data))
+        return ::testing::AssertionFailure() << strName << " did not load: " << cap.Joined();
+    if (!cap.Messages().empty())
+        return ::testing::AssertionFailure() << strName << " loaded with messages: " << cap.Joined();
+    return ::testing::AssertionSuccess();
 }

@@ -29,5 +29,10 @@ QelModelFormat& RegisteredLoader(const std::string& strExtension);
 void ExpectSameModel(const QelModelData& a, const QelModelData& b);
 /// Writes the model in the own format into dir, loads it back and expects the same data.
 void ExpectOwnFormatRoundTrip(const QelModelData& data, const QelModelTempDir& dir);
+/// Writes strText as strName into the folder and loads it with the loader of the name's
+/// extension; what loads must also come back bit for bit from the own format.
+bool LoadText(const QelModelTempDir& dir, const std::string& strName, const std::string& strText, QelModelData& data);
+/// LoadText in a folder of its own, succeeding only when the text loads without a message.
+::testing::AssertionResult LoadsCleanly(const std::string& strName, const std::string& strText, QelModelData& data);
 /// Twice the signed area of each triangle of the mesh, measured in the plane of the given normal.
 double TriangleAreaSum(const QelModelMesh& mesh, const QelVec3& vNormal, bool* pAllPositive);
